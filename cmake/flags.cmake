@@ -1,0 +1,24 @@
+# The one set of compiler flags. param_warnings holds for every target of the tree, param_product adds
+# what the program on the camera wants: no C++ run-time library, every function in a section of its own.
+add_library(param_warnings INTERFACE)
+target_compile_options(param_warnings INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wformat=2 -Werror
+    # Texts that are cut at the end of their buffer are the contract of the fixed-size context.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-format-truncation>)
+if(PARAM_SANITIZE)
+    target_compile_options(param_warnings INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                           -fno-omit-frame-pointer)
+    target_link_options(param_warnings INTERFACE -fsanitize=address,undefined)
+endif()
+
+add_library(param_product INTERFACE)
+target_link_libraries(param_product INTERFACE param_warnings)
+target_include_directories(param_product INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_compile_options(param_product INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+    -fno-asynchronous-unwind-tables -ffunction-sections -fdata-sections
+    # A fused multiply-add would round positions and object sizes differently on some processors.
+    -ffp-contract=off)
+
+# Optimised builds are the same everywhere; the parser's loops want more than -Os.
+set(CMAKE_C_FLAGS_RELEASE "-O2")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2")

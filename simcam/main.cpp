@@ -1,0 +1,107 @@
+// simcam, the simulated camera: the configuration daemon with its snapshot, the PTZ daemon, the analytics service, the
+// system logger and the camera's files, played from a model file at the real paths. It is meant for a sandbox of its
+// own; it would replace what a machine has there.
+#include "files.h"
+#include "services.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+
+const char USAGE[] = "usage: simcam [--log FILE] [--seed DIR] [--change LINE]... MODEL\n"
+                     "  --log FILE     write the request log there instead of to standard output\n"
+                     "  --seed DIR     only write the capability definition and settings files into DIR\n"
+                     "  --change LINE  one more line of the model\n";
+
+const int EXIT_TROUBLE = 1;
+const int EXIT_BAD_MODEL = 2;
+
+struct Options {
+    std::string logPath;
+    std::string seedFolder;
+    std::vector<std::string> changes;
+    std::string modelPath;
+};
+
+bool Parse_Options(int argc, char **argv, Options *pOptions)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const bool hasNext = i + 1 < argc;
+        if (word == "--log" && hasNext)
+            pOptions->logPath = argv[++i];
+        else if (word == "--seed" && hasNext)
+            pOptions->seedFolder = argv[++i];
+        else if (word == "--change" && hasNext)
+            pOptions->changes.emplace_back(argv[++i]);
+        else if (word[0] != '-' && pOptions->modelPath.empty())
+            pOptions->modelPath = word;
+        else
+            return false;
+    }
+    return !pOptions->modelPath.empty();
+}
+
+std::string Prepare_Model(const Options &options, Model *pModel, CameraFiles *pFiles)
+{
+    std::string error = Load_Model(options.modelPath, pModel);
+    for (size_t i = 0; i < options.changes.size() && error.empty(); ++i)
+        error = Apply_ModelLine(options.changes[i], "--change:" + std::to_string(i + 1), pModel);
+    if (error.empty())
+        error = Compose_CameraFiles(*pModel, pFiles);
+    return error;
+}
+
+// From here on SIGTERM and SIGINT are read from the descriptor instead of ending the process.
+int Catch_StopSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+bool Run_Camera(const CameraFiles &files, Camera *pCamera)
+{
+    const int stopDescriptor = Catch_StopSignals();
+    const bool isDone = Lay_Out_CameraFiles(files) && Open_Snapshot(pCamera->model, &pCamera->snapshot) &&
+                        Run_Services(stopDescriptor, pCamera);
+    fputs(Describe_Leftovers(pCamera->model, pCamera->snapshot).c_str(), pCamera->pLog);
+    Close_Snapshot(pCamera->snapshot);
+    Remove_PidFile();
+    return isDone;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    if (!Parse_Options(argc, argv, &options)) {
+        fputs(USAGE, stderr);
+        return EXIT_BAD_MODEL;
+    }
+    Camera camera;
+    camera.model = Create_Model();
+    CameraFiles files;
+    const std::string error = Prepare_Model(options, &camera.model, &files);
+    if (!error.empty()) {
+        fprintf(stderr, "%s\n", error.c_str());
+        return EXIT_BAD_MODEL;
+    }
+    if (!options.seedFolder.empty())
+        return Seed_CameraFiles(files, options.seedFolder) ? 0 : EXIT_TROUBLE;
+
+    camera.pLog = options.logPath.empty() ? stdout : fopen(options.logPath.c_str(), "we");
+    if (camera.pLog == nullptr) {
+        fprintf(stderr, "simcam: cannot write %s: %s\n", options.logPath.c_str(), strerror(errno));
+        return EXIT_TROUBLE;
+    }
+    return Run_Camera(files, &camera) && fclose(camera.pLog) == 0 ? 0 : EXIT_TROUBLE;
+}

@@ -1,0 +1,67 @@
+// The simulated camera as model files describe it: its configuration keys and how its other services answer.
+//
+// A model file has one directive per line; blank lines and lines that begin with '#' are skipped. The text behind the
+// first '=' runs to the end of the line and takes the C escapes \r \n \t \\ \xHH. Every NAME and PATH may hold braces:
+// "videoin_c{0,1}_{h264,mjpeg}" stands for all four names. Later lines override earlier ones.
+//
+//   include OTHER.model         the lines of that file (relative to this one)
+//   key NAME=VALUE              the key's value
+//   request NAME=VALUE          a value that is not in the snapshot but answered on the daemon's socket
+//   alias NAME=TARGET           the key is another name of TARGET; a "key" line behind it adds a value it hides
+//   no NAME                     removes the key and every key below it
+//   fail NAME                   a set of this key is answered with 128 bytes, which clients take for a failure
+//   snapshot base=ADDRESS       where the daemon has the segment mapped (default 0xb6a00000)
+//   snapshot size=BYTES         (default 524288)
+//   ptz reply=TEXT              the answer to camctrl.cgi?getversion (default version=5.1.0.19)
+//   ptz pidfile=yes|no          whether the PTZ daemon's pid file is there (default yes)
+//   analytics capability=TEXT   the whole HTTP answer to GET /VCA/Capability (default: not found)
+//   analytics functions=TEXT    the same for GET /VCA/Functions
+//   bitrate c0 h264=TEXT        the range text of a channel and codec in the capability definition file
+//   side PATH=VALUE             a value of the settings files, as in image_c0_s0_h264_gop
+//   file PATH=TEXT              the whole content of any file, in place of what would be laid out
+//   nofile PATH                 the file is removed
+//   fault SERVICE FAULT         see faults.cpp
+//
+// The texts of bitrate, side and file are written as they stand, without XML escaping.
+#pragma once
+
+#include "faults.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct Key {
+    std::string name;                                          // the whole path, as in "system_daylight_enable"
+    std::vector<std::pair<std::string, std::string>> children; // "value", "aliasxpath", "getonce" and their texts
+    std::string answer;                                        // the value of a key that only the socket gives
+};
+
+struct Model {
+    std::vector<Key> keys;                                   // in order of first mention, which is that of the snapshot
+    std::map<std::string, std::string> settings;             // the other lines, as in "ptz reply"; "side " and a path
+    std::map<std::string, std::optional<std::string>> files; // by path; without a text: removed
+    FaultList faults;
+};
+
+// A camera without any keys.
+Model Create_Model();
+
+// Reads a model file, or one more line whose origin ("--change:1") stands in for "FILE:LINE". Both return an empty
+// text, or "FILE:LINE: what is wrong".
+std::string Load_Model(const std::string &path, Model *pModel);
+std::string Apply_ModelLine(const std::string &line, const std::string &origin, Model *pModel);
+
+// Whether the service has this fault.
+bool Has_Fault(const Model &model, Service service, const char *pszWord);
+
+// A setting that is a number.
+uint32_t Get_Number(const Model &model, const char *pszSetting);
+
+// The value as the socket gives it, aliases followed; empty for a key that does not exist.
+std::string Get_KeyValue(const Model &model, const std::string &name);
+
+// Stores a value, aliases followed. Returns false, and stores nothing, for a key that the camera does not have.
+bool Set_KeyValue(Model *pModel, const std::string &name, const std::string &value);

@@ -1,0 +1,15 @@
+/// 32-bit arithmetic that gives the same result on the camera's ARM and on any build host, for every input.
+#pragma once
+
+#include <stdint.h>
+
+/// The number at the start of a text, as atoi reads it (POSIX): leading white space and a sign are taken, the first
+/// character that is not a digit ends it, no digits at all give 0. Beyond the 32-bit range the result saturates.
+int32_t Int32_FromText(const char *pszText);
+
+/// Conversion toward zero. Not-a-number gives 0; values beyond the 32-bit range saturate.
+int32_t Int32_FromDouble(double dValue);
+
+/// Product and sum modulo 2^32, as the camera's registers compute them.
+int32_t Int32_Multiply(int32_t iLeft, int32_t iRight);
+int32_t Int32_Add(int32_t iLeft, int32_t iRight);

@@ -1,0 +1,86 @@
+#include "conflib/cdf_range.h"
+
+#include "conflib/xml_file.h"
+#include "sxmlparser/sxmlparser.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+
+static constexpr char CDF_PATH[] = "/etc/CDF.xml";
+static constexpr size_t NUMBER_SIZE = 16;
+static constexpr size_t CHANNEL_TAG_SIZE = 4;
+static constexpr size_t CODEC_TAG_SIZE = 10;
+
+/// Converts the bound between two places of a range text. One that does not fit the number buffer is none.
+static int Parse_Bound(const char *pcBegin, const char *pcEnd, float *pfBound)
+{
+    char szNumber[NUMBER_SIZE] = "";
+    const size_t uLength = static_cast<size_t>(pcEnd - pcBegin);
+    if (uLength >= sizeof szNumber)
+        return -1;
+    memcpy(szNumber, pcBegin, uLength);
+    errno = 0;
+    *pfBound = static_cast<float>(strtod(szNumber, nullptr));
+    return errno == 0 ? 0 : -1;
+}
+
+int QuorvexParseXMLFloatRange(char *pszText, QuorvexFloatRange *ptRange)
+{
+    if (pszText == nullptr || ptRange == nullptr)
+        return -1;
+    const char *pcComma = strchr(pszText, ',');
+    const char *pcQuote = pcComma != nullptr ? strchr(pcComma, '"') : nullptr;
+    if (pcQuote == nullptr)
+        return -1;
+    char *pcLower = pszText + (pcQuote + 1 - pszText);
+    char *pcEnd = strchr(pcLower, '"');
+    if (pcEnd == nullptr)
+        return -1;
+    *pcEnd = '\0';
+
+    const char *pcLowerEnd = strchr(pcLower, '~');
+    const char *pcUpperBefore = pcLowerEnd;
+    if (pcLowerEnd == nullptr) {
+        pcLowerEnd = strchr(pcLower, ',');
+        pcUpperBefore = strrchr(pcLower, ',');
+    }
+    if (pcLowerEnd == nullptr || pcUpperBefore == nullptr)
+        return -1;
+    if (Parse_Bound(pcLower, pcLowerEnd, &ptRange->fLower) != 0)
+        return -1;
+    return Parse_Bound(pcUpperBefore + 1, pcEnd, &ptRange->fUpper);
+}
+
+static int Parse_CodecRange(const SXMLParserContext *ptParser, const char *pszChannel, const char *pszCodec,
+                            QuorvexFloatRange *ptRange)
+{
+    char *pszCheck = SXMLParser_GetTagValueByName(ptParser, "root", "videoin", pszChannel, "s0", pszCodec, "bitrate",
+                                                  "check", static_cast<char *>(nullptr));
+    if (pszCheck == nullptr) {
+        syslog(LOG_INFO, "Can't get the %s bitrate range\n", pszCodec);
+        return -1;
+    }
+    if (QuorvexParseXMLFloatRange(pszCheck, ptRange) != 0) {
+        syslog(LOG_INFO, "Parse %s range fail\n", pszCodec);
+        return -1;
+    }
+    return 0;
+}
+
+int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel)
+{
+    char szChannel[CHANNEL_TAG_SIZE];
+    char szCodec[CODEC_TAG_SIZE];
+    snprintf(szChannel, sizeof szChannel, "c%d", iChannel);
+    snprintf(szCodec, sizeof szCodec, "%s", pszCodec);
+
+    SXMLParserContext *ptParser = nullptr;
+    int iResult = Open_XMLFile(CDF_PATH, "OnvifInitialize", &ptParser);
+    if (iResult == 0)
+        iResult = Parse_CodecRange(ptParser, szChannel, szCodec, ptRange);
+    SXMLParser_Release(&ptParser);
+    return iResult;
+}

@@ -1,0 +1,312 @@
+#include "conflib/snapshot.h"
+
+#include "conflib/configer.h"
+#include "sxmlparser/sxmlparser.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <time.h>
+
+static constexpr char CONFIGER_PROGRAM[] = "/usr/sbin/configer";
+static constexpr int CONFIGER_PROJECT = 99;
+static constexpr char KEY_SEPARATOR = '_';
+static constexpr time_t SEMAPHORE_PATIENCE_SECONDS = 10;
+
+static_assert(sizeof(SnapshotNode) == 36, "nine 32-bit words");
+static_assert(sizeof(void *) != 4 || sizeof(SXMLElement) == sizeof(SnapshotNode), "the daemon publishes SXMLElements");
+
+/// What stands at the start of the segment.
+struct SnapshotHeader {
+    uint32_t dwBase;
+    uint32_t dwRoot;
+};
+
+/// Finds a walk that comes back to where it was (Brent's method): every place is compared with a mark, which is moved
+/// up after 1, 2, 4, 8 ... steps. An honest chain of any length passes.
+struct LoopGuard {
+    uint32_t dwMark;
+    uint32_t dwSteps;
+    uint32_t dwStride;
+};
+
+static bool Comes_Back(LoopGuard *ptGuard, uint32_t dwPlace)
+{
+    if (dwPlace == ptGuard->dwMark)
+        return true;
+    if (++ptGuard->dwSteps >= ptGuard->dwStride) {
+        ptGuard->dwMark = dwPlace;
+        ptGuard->dwSteps = 0;
+        ptGuard->dwStride = ptGuard->dwStride * 2 + 1;
+    }
+    return false;
+}
+
+uint32_t MapRealAddr(const SnapshotSegment *ptSegment, uint32_t dwStored) { return dwStored - ptSegment->dwDaemonBase; }
+
+static uint32_t Map_Link(const SnapshotSegment *ptSegment, uint32_t dwStored)
+{
+    return dwStored == 0 ? SNAPSHOT_NONE : MapRealAddr(ptSegment, dwStored);
+}
+
+bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptNode)
+{
+    *ptNode = {};
+    if (ptSegment->dwSize < sizeof *ptNode || dwElement > ptSegment->dwSize - sizeof *ptNode) {
+        ptSegment->bDamaged = true;
+        return false;
+    }
+    memcpy(ptNode, ptSegment->pcBase + dwElement, sizeof *ptNode);
+    ptNode->dwName = MapRealAddr(ptSegment, ptNode->dwName);
+    ptNode->dwText = MapRealAddr(ptSegment, ptNode->dwText);
+    ptNode->dwFirstAttribute = MapRealAddr(ptSegment, ptNode->dwFirstAttribute);
+    ptNode->dwFirstChild = Map_Link(ptSegment, ptNode->dwFirstChild);
+    ptNode->dwNextSibling = Map_Link(ptSegment, ptNode->dwNextSibling);
+    ptNode->dwParent = Map_Link(ptSegment, ptNode->dwParent);
+    return true;
+}
+
+/// The text at a local address, or NULL when it does not lie and end inside the segment.
+static const char *Get_Text(SnapshotSegment *ptSegment, uint32_t dwText)
+{
+    if (dwText < ptSegment->dwSize) {
+        const char *pszText = ptSegment->pcBase + dwText;
+        if (memchr(pszText, '\0', ptSegment->dwSize - dwText) != nullptr)
+            return pszText;
+    }
+    ptSegment->bDamaged = true;
+    return nullptr;
+}
+
+/// A walk along one sibling chain.
+struct SiblingWalk {
+    uint32_t dwNext;    ///< where the next step goes; set it to the first element
+    uint32_t dwElement; ///< where the walk stands
+    SnapshotNode tNode; ///< the record there
+    LoopGuard tGuard;
+};
+
+/// Goes to the next element of the chain; false when there is none or the chain is damaged.
+static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
+{
+    ptWalk->dwElement = ptWalk->dwNext;
+    if (ptWalk->dwElement == SNAPSHOT_NONE || ptSegment->bDamaged)
+        return false;
+    if (Comes_Back(&ptWalk->tGuard, ptWalk->dwElement)) {
+        ptSegment->bDamaged = true;
+        return false;
+    }
+    if (!GetRealElement(ptSegment, ptWalk->dwElement, &ptWalk->tNode))
+        return false;
+    ptWalk->dwNext = ptWalk->tNode.dwNextSibling;
+    return true;
+}
+
+static bool Has_Name(SnapshotSegment *ptSegment, const SnapshotNode *ptNode, const char *pcName, size_t uLength)
+{
+    if (ptNode->dwName >= ptSegment->dwSize) {
+        ptSegment->bDamaged = true;
+        return false;
+    }
+    const char *pcStored = ptSegment->pcBase + ptNode->dwName;
+    return ptSegment->dwSize - ptNode->dwName > uLength && memcmp(pcStored, pcName, uLength) == 0 &&
+           pcStored[uLength] == '\0';
+}
+
+static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
+{
+    SnapshotNode tNode;
+    GetRealElement(ptSegment, dwElement, &tNode);
+    return tNode.dwFirstChild;
+}
+
+uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath)
+{
+    SnapshotHeader tHeader;
+    memcpy(&tHeader, ptSegment->pcBase, sizeof tHeader);
+    uint32_t dwChild = First_Child(ptSegment, MapRealAddr(ptSegment, tHeader.dwRoot));
+    for (;;) {
+        const char *pcEnd = strchr(pszXPath, KEY_SEPARATOR);
+        const size_t uLength = pcEnd != nullptr ? static_cast<size_t>(pcEnd - pszXPath) : strlen(pszXPath);
+        SiblingWalk tWalk = {};
+        tWalk.dwNext = dwChild;
+        do {
+            if (!Step(ptSegment, &tWalk))
+                return SNAPSHOT_NONE;
+        } while (!Has_Name(ptSegment, &tWalk.tNode, pszXPath, uLength));
+        if (pcEnd == nullptr)
+            return tWalk.dwElement;
+        dwChild = tWalk.tNode.dwFirstChild;
+        pszXPath = pcEnd + 1;
+    }
+}
+
+/// First element of a sibling chain named "value" or "aliasxpath", whichever comes first; its record is in *ptNode.
+static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, SnapshotNode *ptNode, bool *pbAlias)
+{
+    static constexpr char VALUE[] = "value";
+    static constexpr char ALIAS[] = "aliasxpath";
+    SiblingWalk tWalk = {};
+    tWalk.dwNext = dwFirst;
+    while (Step(ptSegment, &tWalk)) {
+        *pbAlias = Has_Name(ptSegment, &tWalk.tNode, ALIAS, sizeof ALIAS - 1);
+        if (*pbAlias || Has_Name(ptSegment, &tWalk.tNode, VALUE, sizeof VALUE - 1)) {
+            *ptNode = tWalk.tNode;
+            return tWalk.dwElement;
+        }
+    }
+    return SNAPSHOT_NONE;
+}
+
+/// Follows a key path, and the aliases behind it, to the "value" element. Returns its text and stores its local
+/// address; NULL when there is none.
+static const char *Find_Value(SnapshotSegment *ptSegment, const char *pszXPath, uint32_t *pdwValue)
+{
+    LoopGuard tGuard = {};
+    for (;;) {
+        const uint32_t dwElement = GetElementByXPath(ptSegment, pszXPath);
+        if (dwElement == SNAPSHOT_NONE || Comes_Back(&tGuard, dwElement))
+            return nullptr;
+        SnapshotNode tNode = {};
+        bool bAlias = false;
+        *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &tNode, &bAlias);
+        const char *pszText = *pdwValue != SNAPSHOT_NONE ? Get_Text(ptSegment, tNode.dwText) : nullptr;
+        if (!bAlias || pszText == nullptr)
+            return pszText;
+        pszXPath = pszText;
+    }
+}
+
+int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
+{
+    static constexpr char GETONCE[] = "getonce";
+    SnapshotNode tValue;
+    if (!GetRealElement(ptSegment, dwValue, &tValue) || tValue.dwParent == SNAPSHOT_NONE)
+        return 0;
+    SiblingWalk tWalk = {};
+    tWalk.dwNext = First_Child(ptSegment, tValue.dwParent);
+    while (Step(ptSegment, &tWalk))
+        if (Has_Name(ptSegment, &tWalk.tNode, GETONCE, sizeof GETONCE - 1))
+            return 1;
+    return 0;
+}
+
+/// Set while a failed attach has left the semaphore taken: the kernel gives it back when the process ends (SEM_UNDO),
+/// and until then a further take would wait for this very process.
+static bool g_bSemaphoreKept = false;
+
+static int Move_Semaphore(int iSemaphore, short nOperation)
+{
+    // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well.
+    static struct timespec s_tPatience = {SEMAPHORE_PATIENCE_SECONDS, 0};
+    struct sembuf tOperation = {0, nOperation, SEM_UNDO};
+    if (semtimedop(iSemaphore, &tOperation, 1, &s_tPatience) != -1)
+        return 0;
+    if (errno == EAGAIN)
+        s_tPatience.tv_sec = 0;
+    perror("semop");
+    return -1;
+}
+
+static int Take_Semaphore(int iSemaphore) { return g_bSemaphoreKept ? 0 : Move_Semaphore(iSemaphore, -1); }
+
+static int Give_Semaphore(int iSemaphore)
+{
+    g_bSemaphoreKept = false;
+    return Move_Semaphore(iSemaphore, 1);
+}
+
+/// Size of a segment, asked of the kernel once per segment id; 0 when it cannot be told.
+static uint32_t Get_SegmentSize(int iSegment)
+{
+    static int s_iKnownSegment = -1;
+    static uint32_t s_dwKnownSize = 0;
+    if (iSegment != s_iKnownSegment) {
+        struct shmid_ds tStatus = {};
+        if (shmctl(iSegment, IPC_STAT, &tStatus) == -1)
+            return 0;
+        s_iKnownSegment = iSegment;
+        s_dwKnownSize = tStatus.shm_segsz < UINT32_MAX ? static_cast<uint32_t>(tStatus.shm_segsz) : UINT32_MAX;
+    }
+    return s_dwKnownSize;
+}
+
+static int Attach_Segment(key_t tKey, SnapshotSegment *ptSegment)
+{
+    const int iSegment = shmget(tKey, 0, 0);
+    errno = 0;
+    void *pAddress = shmat(iSegment, nullptr, 0);
+    if (pAddress == reinterpret_cast<void *>(-1)) {
+        printf("shmat attach faile. errno = %d %s\n", errno, strerror(errno));
+        return -1;
+    }
+    *ptSegment = {static_cast<const char *>(pAddress), Get_SegmentSize(iSegment), 0, false};
+    if (ptSegment->dwSize < sizeof(SnapshotHeader))
+        ptSegment->bDamaged = true;
+    else
+        memcpy(&ptSegment->dwDaemonBase, ptSegment->pcBase, sizeof ptSegment->dwDaemonBase);
+    return 0;
+}
+
+static void Detach_Segment(const SnapshotSegment *ptSegment) { shmdt(ptSegment->pcBase); }
+
+static int Ask_Daemon(const char *pszXPath, char *pszOutput, size_t uSize)
+{
+    ConfigerRequest tRequest = {};
+    tRequest.iCommand = CONFIGER_GET;
+    strcpy(tRequest.szForm, "Value");
+    tRequest.iArg1 = CONFIGER_ARG1;
+    tRequest.pszPayload = pszXPath;
+    return Configer_Control(&tRequest, pszOutput, uSize);
+}
+
+int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)
+{
+    const key_t tKey = ftok(CONFIGER_PROGRAM, CONFIGER_PROJECT);
+    if (tKey == -1) {
+        perror("ftok");
+        return -1;
+    }
+    const int iSemaphore = semget(tKey, 1, 0);
+    if (iSemaphore == -1) {
+        perror("semget");
+        return -1;
+    }
+    if (Take_Semaphore(iSemaphore) != 0)
+        return -1;
+    SnapshotSegment tSegment;
+    if (Attach_Segment(tKey, &tSegment) != 0) {
+        g_bSemaphoreKept = true;
+        return -1;
+    }
+
+    uint32_t dwValue = SNAPSHOT_NONE;
+    const char *pszText = tSegment.bDamaged ? nullptr : Find_Value(&tSegment, pszXPath, &dwValue);
+    bool bAskDaemon = false;
+    if (pszText != nullptr) {
+        strncpy(pszOutput, pszText, uSize);
+        bAskDaemon = pszText[0] == '\0' && IfGetOnce(&tSegment, dwValue) == 1;
+    }
+    if (pszText == nullptr || tSegment.bDamaged) {
+        Detach_Segment(&tSegment);
+        Give_Semaphore(iSemaphore);
+        return -1;
+    }
+    if (bAskDaemon) {
+        Detach_Segment(&tSegment);
+        return Give_Semaphore(iSemaphore) == 0 ? Ask_Daemon(pszXPath, pszOutput, uSize) : -1;
+    }
+
+    // The length is compared after the semaphore is back: the daemon is not kept waiting for it.
+    const bool bGiven = Give_Semaphore(iSemaphore) == 0;
+    const char *pcBehind =
+        bGiven ? static_cast<const char *>(
+                     memchr(pszText, '\0', tSegment.dwSize - static_cast<size_t>(pszText - tSegment.pcBase)))
+               : nullptr;
+    const bool bFits = pcBehind != nullptr && uSize > static_cast<size_t>(pcBehind - pszText);
+    Detach_Segment(&tSegment);
+    return bFits ? 0 : -1;
+}

@@ -1,0 +1,55 @@
+/// Lookup of camera keys in the configuration daemon's shared-memory snapshot (System V IPC, key
+/// ftok("/usr/sbin/configer", 99)), under the daemon's semaphore.
+///
+/// The segment holds 32-bit little-endian words with addresses of the daemon's own mapping: a header {base, root
+/// element} and element records anywhere behind it. A key such as "system_daylight_enable" is the path of element names
+/// below the root; the element that it names keeps its data in children: "value" (the text), "aliasxpath" (continue at
+/// that key), "getonce" (an empty value is asked of the daemon over its socket).
+///
+/// Nothing in the segment is trusted: every address is checked against the segment's size before it is followed, texts
+/// must end inside, and a chain that comes back to itself is given up. A damaged tree is a key that cannot be read.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+/// An element record: nine words, shaped like the XML parser's SXMLElement on the camera.
+struct SnapshotNode {
+    uint32_t dwIndex;
+    uint32_t dwName;
+    uint32_t dwText;
+    uint32_t dwChildCount;
+    uint32_t dwAttributeCount;
+    uint32_t dwFirstAttribute;
+    uint32_t dwFirstChild;  ///< 0: none
+    uint32_t dwNextSibling; ///< 0: none
+    uint32_t dwParent;      ///< 0: none
+};
+
+/// The attached segment. Local addresses are offsets from pcBase, so that they fit a record word on any host.
+struct SnapshotSegment {
+    const char *pcBase;
+    uint32_t dwSize;
+    uint32_t dwDaemonBase; ///< address of the segment in the daemon's mapping, from its header
+    bool bDamaged;         ///< set when a link, a text or a chain turned out to be unusable
+};
+
+/// Local address of "no element": nothing can stand at the header.
+constexpr uint32_t SNAPSHOT_NONE = 0;
+
+/// Reads one camera key into pszOutput (uSize bytes; the rest is zero-filled). Returns 0 when the value and its
+/// terminator fitted. -1: the key cannot be read, or it did not fit (the cut value is there, without a terminator).
+int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize);
+
+/// Local address of the element that a key path names, or SNAPSHOT_NONE.
+uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath);
+
+/// Copies the record at a local address with its addresses translated to local ones (words 0, 3 and 4 as they are; no
+/// link stays SNAPSHOT_NONE). Returns false, with a zeroed record, when it does not lie inside the segment.
+bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptNode);
+
+/// Translates an address of the daemon's mapping to a local one, unchecked.
+uint32_t MapRealAddr(const SnapshotSegment *ptSegment, uint32_t dwStored);
+
+/// 1 when the element at dwValue (a "value" child) has a sibling named "getonce", else 0.
+int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue);

@@ -1,0 +1,193 @@
+#include "common/int32.h"
+#include "mapping/camera_key.h"
+#include "mapping/mapping_routines.h"
+#include "mapping/video.h"
+
+#include <string.h>
+#include <syslog.h>
+
+/// Which sampling rate a bit rate of the camera's AAC encoder means. The last row stands for any other bit rate.
+struct AACBitRate {
+    int32_t iBitRate;      ///< bit/s
+    int32_t iSamplingRate; ///< Hz
+};
+static constexpr AACBitRate g_tAACBitRateMappingTable[] = {
+    {16000, 8000}, {32000, 16000}, {48000, 16000}, {64000, 32000}, {-1, 44100},
+};
+
+static constexpr WordPair INPUT_TYPES[] = {{"mic", "extmic"}, {"internal", "intmic"}};
+
+int Get_Audio_EntityCount_MappingRoutine(ParamContext *ptContext)
+{
+    const int32_t iCount = Read_KeyNumber(8, "capability_naudioin");
+    // The platform counts the inputs before it listens: reading the count unmutes them all.
+    for (int32_t iChannel = 0; iChannel < iCount; ++iChannel)
+        Write_Key("0", "audioin_c%d_mute", iChannel);
+    return Answer_Number(ptContext, iCount);
+}
+
+int Get_Audio_Gain_MappingRoutine(ParamContext *ptContext)
+{
+    if (Answer_Key(ptContext, "audioin_c%d_volume_internal", ptContext->iIndex1) == 0)
+        return 0;
+    return Answer_Key(ptContext, "audioin_c%d_volume_external", ptContext->iIndex1);
+}
+
+int Set_Audio_Gain_MappingRoutine(ParamContext *ptContext)
+{
+    Write_Key(ptContext->szValue, "audioin_c%d_volume_internal", ptContext->iIndex1);
+    Write_Key(ptContext->szValue, "audioin_c%d_volume_external", ptContext->iIndex1);
+    return 0;
+}
+
+int Get_Audio_Codec_MappingRoutine(ParamContext *ptContext)
+{
+    if (Answer_Key(ptContext, "audioin_c%d_s0_codectype", ptContext->iIndex1) != 0) {
+        syslog(LOG_INFO, "audioin_c%d_s0_codectype", ptContext->iIndex1);
+        return -1;
+    }
+    return strstr(ptContext->szValue, "aac4") != nullptr ? Answer_Text(ptContext, "aac") : 0;
+}
+
+int Check_Audio_Codec_MappingRoutine(ParamContext *ptContext)
+{
+    return strstr(ptContext->szValue, "aac") != nullptr ? Answer_Text(ptContext, "aac4") : 0;
+}
+
+int Set_Audio_Codec_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key(ptContext->szValue, "audioin_c%d_s0_codectype", ptContext->iIndex1);
+}
+
+int Get_Audio_InputType_MappingRoutine(ParamContext *ptContext)
+{
+    char szInput[8] = "";
+    if (Read_Key(szInput, sizeof szInput, "audioin_c%d_input", ptContext->iIndex1) != 0) {
+        syslog(LOG_INFO, "audioin_c%d_input", ptContext->iIndex1);
+        return -1;
+    }
+    return Answer_Text(ptContext, strcmp(szInput, "extmic") == 0 ? "mic" : "internal");
+}
+
+int Check_Audio_InputType_Value_Routine(ParamContext *ptContext) { return Rewrite_Value(ptContext, INPUT_TYPES); }
+
+int Set_Audio_InputType_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key(ptContext->szValue, "audioin_c%d_input", ptContext->iIndex1);
+}
+
+int Get_Audio_InputTypeList_MappingRoutine(ParamContext *ptContext)
+{
+    char szInternal[4] = "";
+    char szExternal[4] = "";
+    if (Read_Key(szInternal, sizeof szInternal, "capability_audio_intmic") != 0 ||
+        Read_Key(szExternal, sizeof szExternal, "capability_audio_extmic") != 0)
+        return -1;
+    if (Int32_FromText(szInternal) == 1)
+        Append_Answer(ptContext, "internal,");
+    if (Int32_FromText(szExternal) == 1)
+        Append_Answer(ptContext, "mic,");
+    Cut_LastComma(ptContext);
+    return 0;
+}
+
+/// The channel's first stream of the codec that carries its sound.
+static int32_t Choose_Stream(const VideoInStreamInfo *ptChannel)
+{
+    if (ptChannel->iH264Count >= 1)
+        return ptChannel->aiH264Stream[0];
+    if (ptChannel->iMpeg4Count >= 1)
+        return ptChannel->aiMpeg4Stream[0];
+    return ptChannel->iHevcCount >= 1 ? ptChannel->aiHevcStream[0] : 0;
+}
+
+int Get_Audio_AccessName_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_AccessName(ptContext, Choose_Stream(Get_VideoInStream(ptContext)), __func__) == 0 ? 0 : -1;
+}
+
+// AAC. The platform speaks kbit/s, the camera bit/s.
+
+static constexpr int32_t BITS_PER_KBIT = 1000;
+
+int Get_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
+{
+    char szBitRate[sizeof ptContext->szValue] = "";
+    Read_Key(szBitRate, sizeof szBitRate, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1);
+    return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
+}
+
+int Check_AAC_BitRate_MappingRoutine(ParamContext *ptContext) { return Rewrite_ScaledValue(ptContext, BITS_PER_KBIT); }
+
+int Set_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key(ptContext->szValue, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1);
+}
+
+int Get_AAC_SamplingRate_MappingRoutine(ParamContext *ptContext)
+{
+    char szBitRate[16] = "";
+    if (Read_Key(szBitRate, sizeof szBitRate, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1) != 0)
+        return -1;
+    const int32_t iBitRate = Int32_FromText(szBitRate);
+    const AACBitRate *ptRow = g_tAACBitRateMappingTable;
+    while (ptRow->iBitRate != iBitRate && ptRow->iBitRate != -1)
+        ++ptRow;
+    return Answer_Number(ptContext, ptRow->iSamplingRate);
+}
+
+int Get_AAC_Capability_BitRateList_MappingRoutine(ParamContext *ptContext)
+{
+    ptContext->iContentType = CONTENT_TYPE_XML;
+    return Answer_Text(ptContext, "<BitRateList>"
+                                  "<BitRates SamplingRate=\"8000\">16</BitRates>"
+                                  "<BitRates SamplingRate=\"16000\">32,48</BitRates>"
+                                  "<BitRates SamplingRate=\"32000\">64</BitRates>"
+                                  "</BitRateList>");
+}
+
+// Alarm. On a camera without it every read and every check fails.
+
+static bool Has_Alarm()
+{
+    char szAlarm[4] = "";
+    return Read_Key(szAlarm, sizeof szAlarm, "capability_audio_alarm") == 0 && strchr(szAlarm, '1') != nullptr;
+}
+
+int Get_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
+{
+    if (!Has_Alarm())
+        return -1;
+    const int iResult = Answer_BooleanKey(ptContext, "audioin_c%d_alarm_enable", ptContext->iIndex1);
+    if (iResult != 0)
+        syslog(LOG_INFO, "audioin_c%d_alarm_enable Fail", ptContext->iIndex1);
+    return iResult;
+}
+
+int Check_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
+{
+    return Has_Alarm() ? Rewrite_Boolean(ptContext) : -1;
+}
+
+int Set_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key(ptContext->szValue, "audioin_c%d_alarm_enable", ptContext->iIndex1);
+}
+
+int Get_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
+{
+    char szLevel[4] = "";
+    if (!Has_Alarm() || Read_Key(szLevel, sizeof szLevel, "audioin_c%d_alarm_level", ptContext->iIndex1) != 0)
+        return -1;
+    return Answer_Number(ptContext, Int32_FromText(szLevel));
+}
+
+int Check_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
+{
+    return Has_Alarm() && Value_InRange(ptContext, 0, 100) ? 0 : -1;
+}
+
+int Set_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key(ptContext->szValue, "audioin_c%d_alarm_level", ptContext->iIndex1);
+}

@@ -1,0 +1,145 @@
+#include "mapping/camera_key.h"
+
+#include "common/int32.h"
+#include "conflib/configer.h"
+#include "conflib/snapshot.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+
+static int Read_NamedKey(char *pszText, size_t uSize, const char *pszKey)
+{
+    const int iResult = Configer_GetParamValueByXPath(pszKey, pszText, uSize);
+    // A value that did not fit leaves no room for its terminator.
+    if (iResult != 0)
+        pszText[uSize - 1] = '\0';
+    return iResult;
+}
+
+/// Formats the key of a routine that takes a key format as its last named argument.
+#define FORMAT_KEY(szKey, pszKeyFormat)                           \
+    char szKey[CAMERA_KEY_SIZE];                                  \
+    do {                                                          \
+        va_list tArguments;                                       \
+        va_start(tArguments, pszKeyFormat);                       \
+        vsnprintf(szKey, sizeof szKey, pszKeyFormat, tArguments); \
+        va_end(tArguments);                                       \
+    } while (false)
+
+int Read_Key(char *pszText, size_t uSize, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    return Read_NamedKey(pszText, uSize, szKey);
+}
+
+int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    const int iResult = Read_NamedKey(pszText, uSize, szKey);
+    if (iResult != 0)
+        syslog(LOG_INFO, "unable to get %s\n", szKey);
+    return iResult;
+}
+
+int32_t Read_KeyNumber(size_t uSize, const char *pszKey)
+{
+    char szText[16] = "";
+    if (uSize > sizeof szText || Read_NamedKey(szText, uSize, pszKey) != 0)
+        return 0;
+    return Int32_FromText(szText);
+}
+
+int Write_Key(const char *pszValue, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    return Set_Configer(szKey, pszValue);
+}
+
+int Write_KeyNumber(int32_t iValue, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    char szValue[16];
+    snprintf(szValue, sizeof szValue, "%d", iValue);
+    return Set_Configer(szKey, szValue);
+}
+
+int Answer_Text(ParamContext *ptContext, const char *pszText)
+{
+    snprintf(ptContext->szValue, sizeof ptContext->szValue, "%s", pszText);
+    return 0;
+}
+
+int Answer_Number(ParamContext *ptContext, int32_t iNumber)
+{
+    snprintf(ptContext->szValue, sizeof ptContext->szValue, "%d", iNumber);
+    return 0;
+}
+
+int Answer_Boolean(ParamContext *ptContext, bool bValue) { return Answer_Text(ptContext, bValue ? "true" : "false"); }
+
+int Answer_Key(ParamContext *ptContext, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    return Read_NamedKey(ptContext->szValue, sizeof ptContext->szValue, szKey);
+}
+
+int Answer_BooleanKey(ParamContext *ptContext, const char *pszKeyFormat, ...)
+{
+    FORMAT_KEY(szKey, pszKeyFormat);
+    char szFlag[4] = "";
+    if (Read_NamedKey(szFlag, sizeof szFlag, szKey) != 0)
+        return -1;
+    return Answer_Boolean(ptContext, strcmp(szFlag, "1") == 0);
+}
+
+int Answer_StoredText(ParamContext *ptContext, char *pszStored)
+{
+    if (pszStored == nullptr)
+        return -1;
+    const bool bFits = strlen(pszStored) < sizeof ptContext->szValue;
+    if (bFits)
+        Answer_Text(ptContext, pszStored);
+    free(pszStored);
+    return bFits ? 0 : -1;
+}
+
+void Append_Answer(ParamContext *ptContext, const char *pszText)
+{
+    const size_t uLength = strlen(ptContext->szValue);
+    snprintf(ptContext->szValue + uLength, sizeof ptContext->szValue - uLength, "%s", pszText);
+}
+
+void Cut_LastComma(ParamContext *ptContext)
+{
+    const size_t uLength = strlen(ptContext->szValue);
+    if (uLength > 0 && ptContext->szValue[uLength - 1] == ',')
+        ptContext->szValue[uLength - 1] = '\0';
+}
+
+int Rewrite_Value(ParamContext *ptContext, const WordPair *ptPairs, size_t uCount)
+{
+    for (size_t uPair = 0; uPair < uCount; ++uPair)
+        if (strcmp(ptContext->szValue, ptPairs[uPair].pszPlatform) == 0)
+            return Answer_Text(ptContext, ptPairs[uPair].pszCamera);
+    return -1;
+}
+
+int Rewrite_ScaledValue(ParamContext *ptContext, int32_t iFactor)
+{
+    return Answer_Number(ptContext, Int32_Multiply(Int32_FromText(ptContext->szValue), iFactor));
+}
+
+int Rewrite_Boolean(ParamContext *ptContext)
+{
+    static constexpr WordPair WORDS[] = {{"true", "1"}, {"false", "0"}};
+    return Rewrite_Value(ptContext, WORDS);
+}
+
+bool Value_InRange(const ParamContext *ptContext, int32_t iLow, int32_t iHigh)
+{
+    const int32_t iNumber = Int32_FromText(ptContext->szValue);
+    return iNumber >= iLow && iNumber <= iHigh;
+}

@@ -1,0 +1,62 @@
+/// What mapping routines are made of: reading and writing one camera key whose name is a format, answering, and
+/// rewriting words between the platform's and the camera's vocabulary. All return 0 or -1 unless said otherwise.
+#pragma once
+
+#include "param/param_context.h"
+
+#include <stddef.h>
+
+/// Longest camera key with its terminator.
+constexpr size_t CAMERA_KEY_SIZE = 128;
+
+/// Reads a key into pszText. On failure the text keeps what the lookup left there, terminated: hand in a zeroed buffer
+/// where the result does not matter. The second form logs "unable to get <key>\n" on failure.
+int Read_Key(char *pszText, size_t uSize, const char *pszKeyFormat, ...) __attribute__((format(printf, 3, 4)));
+int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKeyFormat, ...) __attribute__((format(printf, 3, 4)));
+
+/// Reads a key as a number; one that cannot be read in uSize bytes counts as 0.
+int32_t Read_KeyNumber(size_t uSize, const char *pszKey);
+
+/// Writes a key.
+int Write_Key(const char *pszValue, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+int Write_KeyNumber(int32_t iValue, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+
+/// Answers the text (cut at 511 characters), the number, "true" or "false"; return 0.
+int Answer_Text(ParamContext *ptContext, const char *pszText);
+int Answer_Number(ParamContext *ptContext, int32_t iNumber);
+int Answer_Boolean(ParamContext *ptContext, bool bValue);
+
+/// Answers the text of a key, without conversion.
+int Answer_Key(ParamContext *ptContext, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+
+/// Answers "true" when a key of at most three characters is exactly "1", else "false".
+int Answer_BooleanKey(ParamContext *ptContext, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+
+/// Answers a heap text of the side files and frees it. -1 when there is none or it has 512 characters or more.
+int Answer_StoredText(ParamContext *ptContext, char *pszStored);
+
+/// Appends to the answer what still fits; Cut_LastComma ends a list made of "item," pieces.
+void Append_Answer(ParamContext *ptContext, const char *pszText);
+void Cut_LastComma(ParamContext *ptContext);
+
+/// A word of the platform and the camera's word for the same.
+struct WordPair {
+    const char *pszPlatform;
+    const char *pszCamera;
+};
+
+/// Replaces a value that is exactly a platform word by the camera's. -1, and nothing changed, for any other value.
+int Rewrite_Value(ParamContext *ptContext, const WordPair *ptPairs, size_t uCount);
+template <size_t N> int Rewrite_Value(ParamContext *ptContext, const WordPair (&atPairs)[N])
+{
+    return Rewrite_Value(ptContext, atPairs, N);
+}
+
+/// Replaces the value by the number that it starts with, times iFactor (32-bit, wrapping).
+int Rewrite_ScaledValue(ParamContext *ptContext, int32_t iFactor);
+
+/// Rewrites exactly "true" and "false" to "1" and "0"; -1 for any other value.
+int Rewrite_Boolean(ParamContext *ptContext);
+
+/// Whether the number that the value starts with lies in iLow..iHigh.
+bool Value_InRange(const ParamContext *ptContext, int32_t iLow, int32_t iHigh);

@@ -1,0 +1,135 @@
+/// Every routine that the parameter table names, by the file that holds it, and their contract:
+///
+/// kind   reads                        writes                            returns
+/// check  szValue, iIndex1, iIndex2    szValue, in the camera's form     0 accepted, anything else refused
+/// set    szValue, iIndex1, iIndex2    the camera                        0 done, anything else failed
+/// get    iIndex1, iIndex2             szValue, at most 511 characters   0 answered, MAPPING_NOT_SUPPORTED, else failed
+///
+/// Indexes are zero-based and not range-checked before. The reply to a write echoes the value as sent, not szValue.
+#pragma once
+
+#include "param/param_context.h"
+
+constexpr int MAPPING_NOT_SUPPORTED = 2;
+
+/// Identity of the program in the system log, and in front of some messages.
+constexpr char LOG_IDENTITY[] = "Quorvex TELP package - param.cgi";
+
+// param/fixed_value.cpp: constants, one-key reads and writes, and routines that do nothing.
+extern MappingRoutine Get_Always_True_MappingRoutine, Get_Always_False_MappingRoutine;
+extern MappingRoutine Get_FirmwareVersion_MappingRoutine, Get_ProtocolVersion_MappingRoutine;
+extern MappingRoutine Get_ConfigUrl_MappingRoutine, Get_CompanyName_MappingRoutine, Get_ModelName_MappingRoutine;
+extern MappingRoutine Get_UnitName_MappingRoutine, Set_UnitName_MappingRoutine;
+extern MappingRoutine Get_RebootSupported_MappingRoutine, Get_IdentifySupported_MappingRoutine;
+extern MappingRoutine Check_UTCDateTime_MappingRoutine, Set_DateTimeMode_MappingRoutine;
+extern MappingRoutine Check_NTP_ServerAddress_MappingRoutine, Set_NTP_ServerAddress_MappingRoutine;
+extern MappingRoutine Get_NTP_ServerAddress_MappingRoutine, Get_EntityCount_MappingRoutine;
+extern MappingRoutine Set_HTTPPort_MappingRoutine, Get_HTTPPort_MappingRoutine, Get_HttpsSupported_MappingRoutine;
+extern MappingRoutine Set_Dhcp_MappingRoutine, Set_StaticIpAddress_MappingRoutine;
+extern MappingRoutine Set_StaticSubnetMask_MappingRoutine, Get_StaticSubnetMask_MappingRoutine;
+extern MappingRoutine Set_StaticDefaultGateway_MappingRoutine, Get_StaticDefaultGateway_MappingRoutine;
+extern MappingRoutine Set_Network_Current_Prefix_Length, Get_Network_Current_Prefix_Length;
+extern MappingRoutine Get_RTSPPort_MappingRoutine, Get_RTSP_KeyFrame_MappingRoutine;
+extern MappingRoutine Get_VideoInput_EntityCount_MappingRoutine, Get_VideoOutput_EntityCount_MappingRoutine;
+extern MappingRoutine Get_VideoInput_DefaultBrightness_MappingRoutine, Get_VideoInput_DefaultContrast_MappingRoutine;
+extern MappingRoutine Get_VideoInput_DefaultSaturation_MappingRoutine;
+extern MappingRoutine Get_VideoInput_ConnetionTypeList_MappingRoutine;
+extern MappingRoutine Get_VideoInput_MJPEG_ConnetionTypeList_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Capabilities_SupportedProfiles_MappingRoutine;
+extern MappingRoutine Get_Audio_CodecList_MappingRoutine, Get_Audio_ConnectionTypeList_MappingRoutine;
+extern MappingRoutine Get_AAC_Capability_SamplingRates_MappingRoutine;
+extern MappingRoutine Check_AAC_SamplingRate_MappingRoutine, Set_AAC_SamplingRate_MappingRoutine;
+extern MappingRoutine Get_AudioOutput_Capabilities_EntityCount_MappingRoutine;
+extern MappingRoutine Get_AudioOutput_Capabilities_CodecList_MappingRoutine;
+extern MappingRoutine Get_AudioOutput_Capabilities_ConnectionTypeList_MappingRoutine;
+extern MappingRoutine Get_DI_EntityCount_MappingRoutine, Get_DO_EntityCount_MappingRoutine;
+extern MappingRoutine Get_Storage_Device_Type_MappingRoutine, Get_Sorage_EntityCount_MappingRoutine;
+extern MappingRoutine Get_Storage_ConnectionTypeList_MappingRoutine, Get_Storage_AccessName_MappingRoutine;
+extern MappingRoutine Get_SerialPort_EntityCount_MappingRoutine, Get_SerialPort_Port_MappingRoutine;
+extern MappingRoutine Check_SerialPort_Port_MappingRoutine, Set_SerialPort_Port_MappingRoutine;
+extern MappingRoutine Get_SerialPTZ_EntityCount_MappingRoutine, Get_SerialPTZ_Protocol_MappingRoutine;
+extern MappingRoutine Get_SerialPTZ_SerialPortId_MappingRoutine, Get_SerialPTZ_VideoInputId_MappingRoutine;
+extern MappingRoutine Get_PTZ_Capability_AuxNumber_MappingRoutine, Get_PTZ_Position_Mode_MappingRoutine;
+
+// video.cpp: streams, encoding, image, rotation, tampering.
+extern MappingRoutine Get_H264_EntityCount_MappingRoutine, Get_HEVC_EntityCount_MappingRoutine;
+extern MappingRoutine Get_MPEG4_EntityCount_MappingRoutine, Get_MJPEG_EntityCount_MappingRoutine;
+extern MappingRoutine Get_VideoInput_CodecList_MappingRoutine, Get_VideoInput_AccessName_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Resolution_MappingRoutine, Set_VideoInput_Resolution_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Resolution_MappingRoutine,
+    Get_VideoInput_Capability_Resolution_List_MappingRoutine;
+extern MappingRoutine Set_VideoInput_FrameRate_MappingRoutine, Get_VideoInput_FrameRate_MappingRoutine;
+extern MappingRoutine Get_VideoInput_FrameRate_List_MappingRoutine;
+extern MappingRoutine Check_VideoInput_BitRate_MappingRoutine, Set_VideoInput_BitRate_MappingRoutine;
+extern MappingRoutine Get_VideoInput_BitRate_MappingRoutine;
+extern MappingRoutine Get_VideoInput_MinBitrate_MappingRoutine, Get_VideoInput_MaxBitrate_MappingRoutine;
+extern MappingRoutine Check_VideoInput_GopSize_Routin, Set_VideoInput_GopSize_MappingRoutine;
+extern MappingRoutine Get_VideoInput_GopSize_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Quality_MappingRoutine, Set_VideoInput_ImageQuality_MappingRoutine;
+extern MappingRoutine Get_VideoInput_ImageQuality_MappingRoutine;
+extern MappingRoutine Check_VideoInput_BitRateMode_MappingRoutine, Set_VideoInput_BitRateMode_MappingRoutine;
+extern MappingRoutine Get_VideoInput_BitRateMode_MappingRoutine;
+extern MappingRoutine Check_VideoInput_BitRateModePriority_MappingRoutine;
+extern MappingRoutine Set_VideoInput_BitRateModePriority_MappingRoutine;
+extern MappingRoutine Get_VideoInput_BitRateModePriority_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Profile_MappingRoutine, Set_VideoInput_Profile_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Profile_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Brightness_MappingRoutine, Set_VideoInput_Brightness_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Brightness_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Contrast_MappingRoutine, Set_VideoInput_Contrast_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Contrast_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Saturation_MappingRoutine, Set_VideoInput_Saturation_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Saturation_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Rotation_MappingRoutine, Set_VideoInput_Rotation_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Rotation_MappingRoutine, Get_VideoInput_Capabilities_Rotation_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Tampering_Enabled_MappingRoutine;
+extern MappingRoutine Set_VideoInput_Tampering_Enabled_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Tampering_Enabled_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Tampering_TriggerDuration_MappingRoutine;
+extern MappingRoutine Set_VideoInput_Tampering_TriggerDuration_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Tampering_TriggerDuration_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Capabilities_Tampering_MappingRoutine;
+extern MappingRoutine Check_VideoInput_Storage_DeviceNum_MappingRoutine;
+extern MappingRoutine Set_VideoInput_Storage_DeviceNum_MappingRoutine;
+extern MappingRoutine Get_VideoInput_Storage_DeviceNum_MappingRoutine;
+
+// motion.cpp: motion windows.
+extern MappingRoutine Get_MotionSupported_MappingRoutine, Get_RoiCount_MappingRoutine;
+extern MappingRoutine Set_Motion_Enable_MappingRoutine, Get_Motion_Enable_MappingRoutine;
+extern MappingRoutine Check_Motion_Position_Routine, Set_Motion_Position_MappingRoutine;
+extern MappingRoutine Get_Motion_Position_MappingRoutine;
+extern MappingRoutine Set_MotionOnThreshold_MappingRoutine, Get_MotionOnThreshold_MappingRoutine;
+extern MappingRoutine Set_MotionOffThreshold_MappingRoutine, Get_MotionOffThreshold_MappingRoutine;
+extern MappingRoutine Set_Sensitivity_MappingRoutine, Get_Sensitivity_MappingRoutine;
+
+// audio.cpp: audio inputs and their alarm.
+extern MappingRoutine Get_Audio_EntityCount_MappingRoutine;
+extern MappingRoutine Set_Audio_Gain_MappingRoutine, Get_Audio_Gain_MappingRoutine;
+extern MappingRoutine Check_Audio_Codec_MappingRoutine, Set_Audio_Codec_MappingRoutine, Get_Audio_Codec_MappingRoutine;
+extern MappingRoutine Check_Audio_InputType_Value_Routine, Set_Audio_InputType_MappingRoutine;
+extern MappingRoutine Get_Audio_InputType_MappingRoutine, Get_Audio_InputTypeList_MappingRoutine;
+extern MappingRoutine Get_Audio_AccessName_MappingRoutine;
+extern MappingRoutine Check_AAC_BitRate_MappingRoutine, Set_AAC_BitRate_MappingRoutine, Get_AAC_BitRate_MappingRoutine;
+extern MappingRoutine Get_AAC_SamplingRate_MappingRoutine, Get_AAC_Capability_BitRateList_MappingRoutine;
+extern MappingRoutine Check_AudioInput_Alarm_Enabled_MappingRoutine, Set_AudioInput_Alarm_Enabled_MappingRoutine;
+extern MappingRoutine Get_AudioInput_Alarm_Enabled_MappingRoutine;
+extern MappingRoutine Check_AudioInput_Alarm_Threshold_MappingRoutine, Set_AudioInput_Alarm_Threshold_MappingRoutine;
+extern MappingRoutine Get_AudioInput_Alarm_Threshold_MappingRoutine;
+
+// general.cpp: date and time, NTP, addresses.
+extern MappingRoutine Set_UTCDateTime_MappingRoutine, Get_UTCDateTime_MappingRoutine;
+extern MappingRoutine Check_DateTimeMode_MappingRoutine, Get_DateTimeMode_MappingRoutine;
+extern MappingRoutine Check_NTP_PollInterval_MappingRoutine, Set_NTP_PollInterval_MappingRoutine;
+extern MappingRoutine Get_NTP_PollInterval_MappingRoutine, Get_MAC_MappingRoutine;
+extern MappingRoutine Check_Dhcp_Value_Routine, Get_Dhcp_MappingRoutine;
+extern MappingRoutine Get_StaticIpAddress_MappingRoutine, Get_Network_Static_Prefix_Length;
+
+// ptz_io.cpp: PTZ, storage, digital output, custom events, analytics.
+extern MappingRoutine Get_PTZ_EntityCount_MappingRoutine, Get_PTZ_Capability_CommandList_MappingRoutine;
+extern MappingRoutine Get_PTZ_Capability_PresetNumber_MappingRoutine;
+extern MappingRoutine Get_PTZ_Capability_PatternNumber_MappingRoutine;
+extern MappingRoutine Get_Storage_Capabilities_RecordingControlSupported_MappingRoutine;
+extern MappingRoutine Get_Storage_Device_Capabilities_EntityCount_MappingRoutine;
+extern MappingRoutine Get_Storage_Device_Capabilities_FormatSupported_MappingRoutine, Get_Storage_MappingRoutine;
+extern MappingRoutine Check_Do_State_Value_Routine, Set_DO_State_MappingRoutine, Get_DO_State_MappingRoutine;
+extern MappingRoutine Get_CustomEventList_MappingRoutine, Get_VideoInput_Capabilities_PeopleCount_MappingRoutine;

@@ -1,0 +1,54 @@
+/// PTZ presence and command groups, and the two local services that are asked beside the configuration daemon: the PTZ
+/// daemon (Unix-domain stream socket) and the analytics service (HTTP on 127.0.0.1:80).
+#pragma once
+
+#include "param/param_context.h"
+
+#include <stddef.h>
+
+/// What the camera says about PTZ; an unread key counts as 0.
+struct PTZCapability {
+    int32_t iEnabled;
+    int32_t iZoomModule;
+    int32_t iBuiltInPanTilt;
+};
+
+/// Kinds of cameras as SupportPTZType tells them apart.
+enum PTZType : int32_t {
+    PTZ_TYPE_UNKNOWN = 0,
+    PTZ_TYPE_FULL = 1,
+    PTZ_TYPE_ZOOM = 2,
+    PTZ_TYPE_NO_ZOOM = 3,
+    PTZ_TYPE_OFF = 4
+};
+
+/// The PTZType of a camera; PTZ_TYPE_UNKNOWN for NULL.
+int SupportPTZType(const PTZCapability *ptCapability);
+
+/// A group of PTZ commands.
+struct PTZCommandGroup {
+    int32_t iId;            ///< row number; -1 ends the table
+    const char *pszCommand; ///< commands, each followed by a comma; null for the rows that no camera has
+    int32_t iSupported;     ///< 1 once Quorvex_GetPTZCommand has found the camera to support it
+};
+extern PTZCommandGroup g_tPTZDispatchTable[];
+
+/// Sets bPtzDaemonRunning by whether the PTZ daemon's pid file can be opened. Returns 0.
+int Quorvex_PTZSupport(ParamContext *ptContext);
+
+/// Marks the supported rows of g_tPTZDispatchTable; a full PTZ camera costs a question to the PTZ daemon. Returns 0.
+int Quorvex_GetPTZCommand(ParamContext *ptContext);
+
+/// 0 when the PTZ daemon's version supports patterns, else -1 (no answer included).
+int CheckSupportPTZPattern();
+
+/// One request and, with a buffer, one answer of at most uReplySize - 1 bytes over a Unix-domain stream socket. A
+/// daemon that does not accept is tried ten times, five seconds apart. Returns 0, or -1 when there was no answer.
+int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char *pcReply, size_t uReplySize);
+
+/// The analytics service, one connection per question. Each returns 0, or -1 after a line in the system log; the
+/// connection is then closed. The questions are sent as a whole zero-padded buffer, and what one receive brings is the
+/// answer, terminated inside the buffer.
+int Quorvex_TCPSocketClient(ParamContext *ptContext);
+int Quorvex_GetPeopleCount_Value(ParamContext *ptContext, char *pcBuffer, size_t uSize);
+int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_t uSize);

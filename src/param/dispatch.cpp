@@ -1,0 +1,123 @@
+#include "param/dispatch.h"
+
+#include "common/int32.h"
+#include "param/param_state.h"
+
+#include <string.h>
+
+static constexpr int TEMPLATE_MAX_LENGTH = 255;
+static constexpr int INDEX_MAX_COUNT = 2;
+
+/// Where a name parted from a template. The place in the name is the last character that had a say, or PAST_ANY_NAME
+/// when the cut at the template's length had one, too.
+struct TemplateMiss {
+    int iTemplate;
+    int iName;
+};
+static constexpr int PAST_ANY_NAME = TEMPLATE_MAX_LENGTH + 1;
+
+/// Reads a 32-bit number as printf writes it. Stores the number and returns its length; 0 when it is none. *piLooked is
+/// the number of characters looked through, the one behind the number not counted.
+static int Read_Number(const char *pcText, int iRoom, int32_t *piNumber, int *piLooked)
+{
+    const int iSign = iRoom > 0 && pcText[0] == '-' ? 1 : 0;
+    const int64_t lLimit = iSign != 0 ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
+    int64_t lNumber = 0;
+    int iEnd = iSign;
+    for (; iEnd < iRoom && pcText[iEnd] >= '0' && pcText[iEnd] <= '9'; ++iEnd)
+        if (lNumber <= lLimit)
+            lNumber = lNumber * 10 + (pcText[iEnd] - '0');
+    *piLooked = iEnd;
+    if (iEnd == iSign || lNumber > lLimit || (pcText[iSign] == '0' && iEnd > 1))
+        return 0;
+    *piNumber = static_cast<int32_t>(iSign != 0 ? -lNumber : lNumber);
+    return iEnd;
+}
+
+/// Walks template and name side by side, as far as the template is long. On a match the numbers are in aiNumber.
+static bool Match_Template(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
+                           int32_t *aiNumber, TemplateMiss *ptMiss)
+{
+    int iTemplate = 0;
+    int iName = 0;
+    int iRead = 0;
+    while (iName < iLength && pszTemplate[iTemplate] != '\0') {
+        if (iRead < iIndexCount && pszTemplate[iTemplate] == '%') {
+            int iLooked = 0;
+            const int iNumberLength = Read_Number(pszName + iName, iLength - iName, &aiNumber[iRead], &iLooked);
+            if (iNumberLength == 0) {
+                *ptMiss = {iTemplate, iName + iLooked < iLength ? iName + iLooked : PAST_ANY_NAME};
+                return false;
+            }
+            ++iRead;
+            iTemplate += 2;
+            iName += iNumberLength;
+        } else if (pszName[iName] == pszTemplate[iTemplate]) {
+            ++iTemplate;
+            ++iName;
+        } else {
+            *ptMiss = {iTemplate, iName};
+            return false;
+        }
+    }
+    *ptMiss = {iTemplate, PAST_ANY_NAME};
+    return iRead == iIndexCount && (iName == iLength || pszName[iName] == '\0');
+}
+
+static void Store_Indexes(ParamContext *ptContext, const int32_t *aiNumber, int iIndexCount)
+{
+    if (iIndexCount >= 1)
+        ptContext->iIndex1 = Int32_Add(aiNumber[0], -1);
+    if (iIndexCount >= 2)
+        ptContext->iIndex2 = Int32_Add(aiNumber[1], -1);
+}
+
+int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
+                          ParamContext *ptContext)
+{
+    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT)
+        return -1;
+    int32_t aiNumber[INDEX_MAX_COUNT] = {};
+    TemplateMiss tMiss = {};
+    if (!Match_Template(pszTemplate, pszName, iLength, iIndexCount, aiNumber, &tMiss))
+        return -1;
+    Store_Indexes(ptContext, aiNumber, iIndexCount);
+    return 0;
+}
+
+const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
+{
+    int32_t aiNumber[INDEX_MAX_COUNT] = {};
+    TemplateMiss tMiss = {};
+    for (int iEntry = 0; iEntry < PARAM_ENTRY_COUNT; ++iEntry) {
+        const DispatchHint tHint = g_tDispatchHint[static_cast<size_t>(iEntry)];
+        // An entry that is like its neighbour up to where the name parted from that one parts from it there, too.
+        if (tHint.byShared > tMiss.iTemplate && tHint.byLength > tMiss.iName)
+            continue;
+        const DispatchEntry *ptEntry = &g_tDispatchTable[iEntry];
+        if (Match_Template(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, aiNumber, &tMiss)) {
+            Store_Indexes(ptContext, aiNumber, ptEntry->iIndexCount);
+            return ptEntry;
+        }
+    }
+    return nullptr;
+}
+
+int Param_StateRoutine_Dispatch(ParamContext *ptContext)
+{
+    const DispatchEntry *ptEntry = Find_DispatchEntry(ptContext->szParamName, ptContext);
+    if (ptEntry == nullptr)
+        return Compose_NonSupport_Message(ptContext, "Parameter is not supported\r\n");
+    ptContext->pszParamName = ptContext->szParamName;
+    ptContext->pfnCheck = ptEntry->ptRecord->pfnCheck;
+    ptContext->pfnSet = ptEntry->ptRecord->pfnSet;
+    ptContext->pfnGet = ptEntry->ptRecord->pfnGet;
+    if (ptContext->iMethod == METHOD_READ) {
+        ptContext->iState = PARAM_STATE_Mapping;
+        return 0;
+    }
+    if (ptEntry->iAccess == ACCESS_READ_ONLY)
+        return Compose_NonSupport_Message(ptContext, "Parameter is readOnly\r\n");
+    ptContext->iState = PARAM_STATE_Parser;
+    return 0;
+}

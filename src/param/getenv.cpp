@@ -1,0 +1,73 @@
+#include "common/int32.h"
+#include "param/param_state.h"
+#include "param/request.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static int Fail_Request(ParamContext *ptContext, const char *pszLine)
+{
+    return Compose_Error_Message(ptContext, RESULT_REQUEST_ERROR, pszLine);
+}
+
+static int Read_Query(ParamContext *ptContext)
+{
+    ptContext->iMethod = METHOD_READ;
+    const char *pszQuery = getenv("QUERY_STRING");
+    if (pszQuery == nullptr)
+        return Fail_Request(ptContext, "Get query string failed\r\n");
+    // The appended "&" ends the last item like any other.
+    const size_t uLength = strnlen(pszQuery, sizeof ptContext->szRequest - 2);
+    memcpy(ptContext->szRequest, pszQuery, uLength);
+    ptContext->szRequest[uLength] = '&';
+    if (Take_ReadItem(ptContext) != ITEM_TAKEN)
+        return Fail_Request(ptContext, "Incorrect query string format\r\n");
+    return 0;
+}
+
+static int Read_Body(ParamContext *ptContext)
+{
+    ptContext->iMethod = METHOD_WRITE;
+    const char *pszLength = getenv("CONTENT_LENGTH");
+    if (pszLength == nullptr)
+        return Fail_Request(ptContext, "Get content length failed\r\n");
+    ptContext->iContentLength = Int32_FromText(pszLength);
+    const size_t uLength = static_cast<uint32_t>(ptContext->iContentLength);
+    if (uLength >= sizeof ptContext->szRequest)
+        return Fail_Request(ptContext, "The post content length is too long\r\n");
+    if (fread(ptContext->szRequest, 1, uLength, stdin) != uLength)
+        return Fail_Request(ptContext, "Get the post body failed\r\n");
+
+    switch (Take_WriteItem(ptContext)) {
+    case ITEM_NONE:
+        return Fail_Request(ptContext, "Incorrect Post body format\r\n");
+    case ITEM_BAD_NAME:
+        return Fail_Request(ptContext, "The parameter is too long\r\n");
+    case ITEM_NO_END:
+        return Fail_Request(ptContext, "Without the ending signal\r\n");
+    case ITEM_TAKEN:
+        break;
+    }
+    return 0;
+}
+
+int Param_StateRoutine_Getenv(ParamContext *ptContext)
+{
+    ptContext->pszServerAddr = getenv("SERVER_ADDR");
+    if (ptContext->pszServerAddr == nullptr)
+        return Fail_Request(ptContext, "Get HTTP IP address failed\r\n");
+    // "No number at all" is a scan result of 0; an empty address is the end of input, which is another result.
+    int iNumber = 0;
+    ptContext->bServerAddrIPv6 =
+        sscanf(ptContext->pszServerAddr, "%d.%d.%d.%d", &iNumber, &iNumber, &iNumber, &iNumber) == 0 ? 1 : 0;
+
+    const char *pszMethod = getenv("REQUEST_METHOD");
+    if (pszMethod == nullptr)
+        return Fail_Request(ptContext, "Get HTTP method failed\r\n");
+    if (strcmp(pszMethod, "GET") == 0)
+        return Read_Query(ptContext);
+    if (strcmp(pszMethod, "POST") == 0)
+        return Read_Body(ptContext);
+    return Fail_Request(ptContext, "Get an unknown HTTP method\r\n");
+}

@@ -1,0 +1,30 @@
+#include "mapping/mapping_routines.h"
+#include "mapping/video.h"
+#include "param/param_state.h"
+
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <syslog.h>
+#include <unistd.h>
+
+static constexpr char VERSION[] = "2.0.0.0";
+
+int main(int argc, char *argv[])
+{
+    openlog(LOG_IDENTITY, 0, LOG_USER);
+    const int iOption = getopt(argc, argv, "v");
+    if (iOption != -1) {
+        if (iOption == 'v')
+            printf("version: %s\n", VERSION);
+        return EXIT_FAILURE;
+    }
+    // A daemon that closes early is an ordinary failure of one item, not the end of the request.
+    signal(SIGPIPE, SIG_IGN);
+
+    ParamContext tContext = {};
+    tContext.iState = PARAM_STATE_Getenv;
+    InitiateVideoParam(&tContext);
+    Param_RunStates(&tContext);
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,481 @@
+// The parsing itself. One tokenizer walks the text and reports to a sink. There are three sinks: the counting pass,
+// which sizes the tree's block exactly, the building pass, which fills it, and the callbacks of the caller.
+#include "sxmlparser/sxmlparser.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+namespace {
+
+// Classes of characters: those of the C locale, whatever the locale and the signedness of char. NUL is in none of them.
+enum CharClass : uint8_t { CLASS_TAG_START = 1, CLASS_ATTRIBUTE_START = 2, CLASS_NAME = 4 };
+
+struct CharClassTable {
+    uint8_t abClass[256];
+};
+
+constexpr CharClassTable MakeCharClassTable()
+{
+    CharClassTable tTable = {};
+    for (int i = 'A'; i <= 'Z'; i++) {
+        tTable.abClass[i] = CLASS_TAG_START | CLASS_ATTRIBUTE_START | CLASS_NAME;
+        tTable.abClass[i + ('a' - 'A')] = tTable.abClass[i];
+    }
+    for (int i = '0'; i <= '9'; i++)
+        tTable.abClass[i] = CLASS_NAME;
+    tTable.abClass[int{'-'}] = tTable.abClass[int{'.'}] = tTable.abClass[int{':'}] = CLASS_NAME;
+    tTable.abClass[int{'_'}] = CLASS_TAG_START | CLASS_NAME;
+    return tTable;
+}
+
+constexpr CharClassTable g_tCharClass = MakeCharClassTable();
+
+inline bool IsClass(char c, CharClass eClass) { return g_tCharClass.abClass[static_cast<uint8_t>(c)] & eClass; }
+
+// Most of a parse is spent in names, so their loops are unrolled.
+inline const char *SkipName(const char *psz)
+{
+    for (;; psz += 4)
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; i++)
+            if (!IsClass(psz[i], CLASS_NAME))
+                return psz + i;
+}
+
+// A line end is no blank: a tag stands on one line.
+inline const char *SkipBlanks(const char *psz)
+{
+    while (*psz == ' ' || *psz == '\t')
+        psz++;
+    return psz;
+}
+
+// memchr for short distances, which most are: the first machine word is searched here, before the call. The lowest byte
+// that becomes zero under XOR with the wanted one is the lowest whose top bit survives in ulHit.
+inline const char *FindByte(const char *psz, char c, const char *pszEnd)
+{
+    constexpr bool bLowestFirst = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+    constexpr unsigned long ONES = ~0UL / 255, TOP_BITS = ONES * 128;
+    unsigned long ulWord;
+    if (bLowestFirst && static_cast<size_t>(pszEnd - psz) >= sizeof(ulWord)) {
+        memcpy(&ulWord, psz, sizeof(ulWord));
+        ulWord ^= ONES * static_cast<uint8_t>(c);
+        const unsigned long ulHit = (ulWord - ONES) & ~ulWord & TOP_BITS;
+        if (ulHit != 0)
+            return psz + __builtin_ctzl(ulHit) / 8;
+        psz += sizeof(ulWord);
+    }
+    return static_cast<const char *>(memchr(psz, c, static_cast<size_t>(pszEnd - psz)));
+}
+
+// A part of the parsed text, which is no longer than INT32_MAX.
+struct Span {
+    const char *psz;
+    int32_t iLen;
+};
+
+inline Span MakeSpan(const char *pszBegin, const char *pszEnd)
+{
+    return {pszBegin, static_cast<int32_t>(pszEnd - pszBegin)};
+}
+
+// What a pass does with each token. The results are 0 or the code to stop with; tTag is the last start tag's name.
+struct TokenSink {
+    int32_t (*pfnStartTag)(SXMLParserContext *pThis, Span tTag);
+    int32_t (*pfnAttribute)(SXMLParserContext *pThis, Span tTag, Span tName, Span tValue);
+    int32_t (*pfnEmptyTag)(SXMLParserContext *pThis, Span tTag);
+    int32_t (*pfnText)(SXMLParserContext *pThis, Span tTag, Span tText);
+    // Reads an end tag's name and returns its end, NULL if it does not match the open element.
+    const char *(*pfnReadEndName)(SXMLParserContext *pThis, const char *psz);
+    int32_t (*pfnEndTag)(SXMLParserContext *pThis, Span tName);
+};
+
+// Where the tokenizer stands.
+struct Scanner {
+    const char *psz;
+    const char *pszEnd; // the terminator
+    Span tTag;          // name of the last start tag
+    bool bClosed;       // the last tag was an end tag or "<tag/>", so no element waits for its text
+};
+
+template <const TokenSink &tSink> inline int32_t ReadAttribute(SXMLParserContext *pThis, Scanner *pScan)
+{
+    const char *psz = SkipName(pScan->psz);
+    const Span tName = MakeSpan(pScan->psz, psz);
+    psz = SkipBlanks(psz);
+    if (*psz != '=')
+        return SXML_NO_EQUALS_SIGN;
+    psz = SkipBlanks(psz + 1);
+    if (*psz != '"' && *psz != '\'')
+        return SXML_BAD_VALUE;
+    const char *pszQuote = FindByte(psz + 1, *psz, pScan->pszEnd);
+    if (pszQuote == NULL)
+        return SXML_BAD_VALUE;
+    pScan->psz = SkipBlanks(pszQuote + 1);
+    return tSink.pfnAttribute(pThis, pScan->tTag, tName, MakeSpan(psz + 1, pszQuote));
+}
+
+template <const TokenSink &tSink> inline int32_t ReadStartTag(SXMLParserContext *pThis, Scanner *pScan)
+{
+    const char *psz = SkipName(pScan->psz);
+    pScan->tTag = MakeSpan(pScan->psz, psz);
+    int32_t iCode = tSink.pfnStartTag(pThis, pScan->tTag);
+    pScan->psz = SkipBlanks(psz);
+    while (iCode == 0 && *pScan->psz != '>') {
+        if (IsClass(*pScan->psz, CLASS_ATTRIBUTE_START)) {
+            iCode = ReadAttribute<tSink>(pThis, pScan);
+        } else if (pScan->psz[0] == '/' && pScan->psz[1] == '>') {
+            pScan->psz += 2;
+            pScan->bClosed = true;
+            return tSink.pfnEmptyTag(pThis, pScan->tTag);
+        } else {
+            return SXML_OPEN_TAG;
+        }
+    }
+    pScan->psz++;
+    pScan->bClosed = false;
+    return iCode;
+}
+
+template <const TokenSink &tSink> inline int32_t ReadEndTag(SXMLParserContext *pThis, Scanner *pScan)
+{
+    const char *pszNameEnd = tSink.pfnReadEndName(pThis, pScan->psz);
+    if (pszNameEnd == NULL)
+        return SXML_END_TAG_MISMATCH;
+    const char *psz = SkipBlanks(pszNameEnd);
+    if (*psz != '>')
+        return SXML_OPEN_TAG;
+    const Span tName = MakeSpan(pScan->psz, pszNameEnd);
+    pScan->psz = psz + 1;
+    pScan->bClosed = true;
+    return tSink.pfnEndTag(pThis, tName);
+}
+
+// The text behind a comment or an instruction, NULL if it is not closed. Nothing behind it counts as not closed: files
+// that end with a comment have always been refused.
+const char *SkipPast(const char *psz, const char *pszCloser)
+{
+    const char *pszClose = strstr(psz, pszCloser);
+    if (pszClose == NULL)
+        return NULL;
+    pszClose += strlen(pszCloser);
+    return *pszClose != '\0' ? pszClose : NULL;
+}
+
+// Reads what follows a "<"; tText is what lay before it.
+template <const TokenSink &tSink> inline int32_t ReadMarkup(SXMLParserContext *pThis, Scanner *pScan, Span tText)
+{
+    const char *psz = pScan->psz;
+    if (IsClass(*psz, CLASS_TAG_START))
+        return ReadStartTag<tSink>(pThis, pScan);
+    if (*psz == '/') {
+        pScan->psz++;
+        const int32_t iCode = pScan->bClosed ? 0 : tSink.pfnText(pThis, pScan->tTag, tText);
+        return iCode != 0 ? iCode : ReadEndTag<tSink>(pThis, pScan);
+    }
+    const bool bComment = strncmp(psz, "!--", 3) == 0;
+    if (!bComment && *psz != '?')
+        return SXML_BAD_TAG_START;
+    pScan->psz = bComment ? SkipPast(psz + 3, "-->") : SkipPast(psz + 1, "?>");
+    if (pScan->psz != NULL)
+        return 0;
+    return bComment ? SXML_OPEN_COMMENT : SXML_OPEN_INSTRUCTION;
+}
+
+// Walks the text up to its terminator, which no check accepts: a text that ends inside a tag fails where it ends.
+template <const TokenSink &tSink>
+int32_t Tokenize(SXMLParserContext *pThis, const char *pszText, const char *pszTextEnd)
+{
+    Scanner tScan = {pszText, pszTextEnd, {pszText, 0}, true};
+    int32_t iCode = 0;
+    while (iCode == 0) {
+        const char *pszOpen = FindByte(tScan.psz, '<', pszTextEnd);
+        if (pszOpen == NULL)
+            return 0;
+        const Span tText = MakeSpan(tScan.psz, pszOpen);
+        tScan.psz = pszOpen + 1;
+        iCode = ReadMarkup<tSink>(pThis, &tScan, tText);
+    }
+    return iCode;
+}
+
+const char *SkipEndName(SXMLParserContext *, const char *psz) { return SkipName(psz); }
+
+// The counting pass.
+
+int32_t Count_StartTag(SXMLParserContext *pThis, Span tTag)
+{
+    pThis->iXMLStrSize += tTag.iLen + 1;
+    pThis->iXMLElementCount++;
+    if (++pThis->iCurDepth > pThis->iMaxDepth)
+        pThis->iMaxDepth = pThis->iCurDepth;
+    return 0;
+}
+
+int32_t Count_Attribute(SXMLParserContext *pThis, Span, Span tName, Span tValue)
+{
+    pThis->iXMLStrSize += tName.iLen + 1 + tValue.iLen + 1;
+    pThis->iXMLAttributeCount++;
+    return 0;
+}
+
+int32_t Count_EmptyTag(SXMLParserContext *pThis, Span)
+{
+    pThis->iXMLStrSize++;
+    pThis->iCurDepth--;
+    return 0;
+}
+
+int32_t Count_Text(SXMLParserContext *pThis, Span, Span tText)
+{
+    pThis->iXMLStrSize += tText.iLen + 1;
+    return 0;
+}
+
+int32_t Count_EndTag(SXMLParserContext *pThis, Span) { return --pThis->iCurDepth < 0 ? SXML_UNBALANCED : 0; }
+
+constexpr TokenSink g_tCountSink = {Count_StartTag, Count_Attribute, Count_EmptyTag,
+                                    Count_Text,     SkipEndName,     Count_EndTag};
+
+// The building pass.
+
+char g_szNoText[1]; // the text of every element without one
+
+// What the C library's assert prints, for checks that stay in a release build.
+[[noreturn]] __attribute__((cold, noinline)) void FailAssertion(const char *pszText, int iLine)
+{
+#if defined(__UCLIBC__) && !defined(__UCLIBC_HAS_PROGRAM_INVOCATION_NAME__)
+    const char *pszProgram = "param.cgi";
+#else
+    const char *pszProgram = program_invocation_short_name;
+#endif
+    fprintf(stderr, "%s: src/sxmlparser.c:%d: ConstructDOMCb: Assertion `%s' failed.\n", pszProgram, iLine, pszText);
+    abort();
+}
+
+#define SXML_ASSERT(condition) ((condition) ? (void)0 : FailAssertion(#condition, __LINE__))
+
+char *StoreString(SXMLParserContext *pThis, Span tString)
+{
+    char *pszCopy = pThis->pszCurXMLStr;
+    pThis->pszCurXMLStr += tString.iLen + 1;
+    SXML_ASSERT(pThis->pszCurXMLStr <= pThis->pszXMLString + pThis->iXMLStrSize);
+    memcpy(pszCopy, tString.psz, static_cast<size_t>(tString.iLen));
+    pszCopy[tString.iLen] = '\0';
+    return pszCopy;
+}
+
+// Appends to the children of the innermost open element. The slot of the new element's depth still names the sibling
+// that used it last, so the chain need not be walked.
+void LinkElement(SXMLParserContext *pThis, SXMLElement *pElement)
+{
+    SXMLElement *pParent = pThis->pDepthStack[pThis->iCurDepth - 1];
+    pElement->pParent = pParent;
+    if (pParent->iChildCount++ == 0)
+        pParent->pFirstChild = pElement;
+    else
+        pThis->pDepthStack[pThis->iCurDepth]->pNextSibling = pElement;
+}
+
+int32_t Build_StartTag(SXMLParserContext *pThis, Span tTag)
+{
+    SXMLElement *pElement = ++pThis->pCurElement;
+    SXML_ASSERT(pThis->pCurElement < (pThis->pXMLElement + pThis->iXMLElementCount + 1));
+    pElement->pszTag = StoreString(pThis, tTag);
+    pElement->pszValue = g_szNoText;
+    pElement->iIndex = ++pThis->iEnumIndex;
+    if (pThis->iCurDepth >= pThis->iMaxDepth)
+        return SXML_TOO_DEEP;
+    if (pThis->iCurDepth > 0)
+        LinkElement(pThis, pElement);
+    pThis->pDepthStack[pThis->iCurDepth++] = pElement;
+    return 0;
+}
+
+int32_t Build_Attribute(SXMLParserContext *pThis, Span, Span tName, Span tValue)
+{
+    SXMLAttribute *pAttribute = ++pThis->pCurAttribute;
+    SXML_ASSERT(pThis->pCurAttribute < pThis->pXMLAttribute + pThis->iXMLAttributeCount + 1);
+    pAttribute->iIndex = ++pThis->iCurAttrIndex;
+    pAttribute->pszName = StoreString(pThis, tName);
+    SXML_ASSERT(pThis->pCurAttribute);
+    pAttribute->pszValue = StoreString(pThis, tValue);
+    if (pThis->pCurElement->iAttributeCount++ == 0)
+        pThis->pCurElement->pFirstAttribute = pAttribute;
+    return 0;
+}
+
+// The innermost open element, taken off the stack; NULL if there is none.
+SXMLElement *PopElement(SXMLParserContext *pThis)
+{
+    return pThis->iCurDepth > 0 ? pThis->pDepthStack[--pThis->iCurDepth] : NULL;
+}
+
+int32_t Build_Text(SXMLParserContext *pThis, Span, Span tText)
+{
+    SXML_ASSERT(pThis->pCurElement);
+    pThis->pCurElement->pszValue = StoreString(pThis, tText);
+    return 0;
+}
+
+// An end tag that is cut short closes its element, deliberately: "</a>" ends "<abc>".
+const char *Build_ReadEndName(SXMLParserContext *pThis, const char *psz)
+{
+    const char *pszTag = pThis->iCurDepth > 0 ? pThis->pDepthStack[pThis->iCurDepth - 1]->pszTag : "";
+    for (;; psz += 4, pszTag += 4)
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; i++) {
+            if (!IsClass(psz[i], CLASS_NAME))
+                return psz + i;
+            if (psz[i] != pszTag[i])
+                return NULL;
+        }
+}
+
+int32_t Build_EndTag(SXMLParserContext *pThis, Span) { return PopElement(pThis) != NULL ? 0 : SXML_UNBALANCED; }
+
+int32_t Build_EmptyTag(SXMLParserContext *pThis, Span tTag)
+{
+    Build_Text(pThis, tTag, Span{"", 0});
+    return Build_EndTag(pThis, tTag);
+}
+
+constexpr TokenSink g_tBuildSink = {Build_StartTag, Build_Attribute,   Build_EmptyTag,
+                                    Build_Text,     Build_ReadEndName, Build_EndTag};
+
+// The callbacks of the caller.
+
+int32_t Call_OpenTag(SXMLParserContext *pThis, Span tTag)
+{
+    pThis->pfnOpenTag(pThis->pUserData, tTag.psz, tTag.iLen);
+    return 0;
+}
+
+int32_t Call_Attribute(SXMLParserContext *pThis, Span tTag, Span tName, Span tValue)
+{
+    pThis->pfnAttributeValue(pThis->pUserData, tTag.psz, tTag.iLen, tName.psz, tName.iLen, tValue.psz, tValue.iLen);
+    return 0;
+}
+
+int32_t Call_TagValue(SXMLParserContext *pThis, Span tTag, Span tText)
+{
+    pThis->pfnTagValue(pThis->pUserData, tTag.psz, tTag.iLen, tText.psz, tText.iLen);
+    return 0;
+}
+
+int32_t Call_CloseTag(SXMLParserContext *pThis, Span tName)
+{
+    pThis->pfnCloseTag(pThis->pUserData, tName.psz, tName.iLen);
+    return 0;
+}
+
+int32_t Call_EmptyTag(SXMLParserContext *pThis, Span tTag)
+{
+    Call_TagValue(pThis, tTag, Span{NULL, 0});
+    return Call_CloseTag(pThis, tTag);
+}
+
+constexpr TokenSink g_tCallbackSink = {Call_OpenTag,  Call_Attribute, Call_EmptyTag,
+                                       Call_TagValue, SkipEndName,    Call_CloseTag};
+
+// Forgets the tree before and keeps its block, so that a failure leaves no tree rather than one that does not fit the
+// new counts.
+void ForgetTree(SXMLParserContext *pThis)
+{
+    pThis->iMaxDepth = pThis->iXMLStrSize = pThis->iXMLElementCount = pThis->iXMLAttributeCount = 0;
+    pThis->iCurDepth = pThis->iEnumIndex = pThis->iCurAttrIndex = 0;
+    pThis->pszXMLString = pThis->pszCurXMLStr = NULL;
+    pThis->pXMLElement = pThis->pCurElement = NULL;
+    pThis->pXMLAttribute = pThis->pCurAttribute = NULL;
+    pThis->pDepthStack = NULL;
+}
+
+int32_t ProvideBlock(SXMLParserContext *pThis, uint64_t qwSize)
+{
+    if (qwSize > INT32_MAX)
+        return SXML_NO_MEMORY;
+    const size_t dwSize = static_cast<size_t>(qwSize);
+    if (dwSize <= static_cast<size_t>(pThis->iBufferSize)) {
+        memset(pThis->pBuffer, 0, static_cast<size_t>(pThis->iBufferSize));
+        return 0;
+    }
+    free(pThis->pBuffer);
+    pThis->pBuffer = calloc(1, dwSize);
+    pThis->iBufferSize = pThis->pBuffer != NULL ? static_cast<int32_t>(dwSize) : 0;
+    return pThis->pBuffer != NULL ? 0 : SXML_NO_MEMORY;
+}
+
+// Strings, elements, attributes and depth stack, in this order in one block.
+int32_t LayOutTree(SXMLParserContext *pThis)
+{
+    constexpr uint64_t ALIGNMENT = alignof(SXMLElement);
+    const uint64_t qwStrings = static_cast<uint64_t>(pThis->iXMLStrSize) + ALIGNMENT - 1;
+    const uint64_t qwElements = (static_cast<uint64_t>(pThis->iXMLElementCount) + 1) * sizeof(SXMLElement);
+    const uint64_t qwAttributes = (static_cast<uint64_t>(pThis->iXMLAttributeCount) + 1) * sizeof(SXMLAttribute);
+    const uint64_t qwStack = static_cast<uint64_t>(pThis->iMaxDepth) * sizeof(SXMLElement *);
+    const int32_t iCode = ProvideBlock(pThis, qwStrings + qwElements + qwAttributes + qwStack);
+    if (iCode != 0)
+        return iCode;
+    char *pszBlock = static_cast<char *>(pThis->pBuffer);
+    char *pszRecords = pszBlock + qwStrings / ALIGNMENT * ALIGNMENT;
+    pThis->pszXMLString = pThis->pszCurXMLStr = pszBlock;
+    pThis->pXMLElement = pThis->pCurElement = reinterpret_cast<SXMLElement *>(pszRecords);
+    pThis->pXMLAttribute = pThis->pCurAttribute = reinterpret_cast<SXMLAttribute *>(pszRecords + qwElements);
+    pThis->pDepthStack = reinterpret_cast<SXMLElement **>(pszRecords + qwElements + qwAttributes);
+    return 0;
+}
+
+int32_t BuildTree(SXMLParserContext *pThis, const char *pszText, const char *pszEnd)
+{
+    ForgetTree(pThis);
+    int32_t iCode = Tokenize<g_tCountSink>(pThis, pszText, pszEnd);
+    if (iCode == 0 && pThis->iCurDepth != 0)
+        iCode = SXML_UNBALANCED;
+    if (iCode == 0)
+        iCode = LayOutTree(pThis);
+    return iCode == 0 ? Tokenize<g_tBuildSink>(pThis, pszText, pszEnd) : iCode;
+}
+
+} // namespace
+
+int SXMLParser_Process(SXMLParserContext *pThis, const char *pszText, int32_t iMode)
+{
+    if (iMode != SXML_MODE_TREE && iMode != SXML_MODE_CALLBACK)
+        return 0;
+    if (pThis == NULL || pszText == NULL || (iMode == SXML_MODE_CALLBACK && pThis->iCallbackMode != 1))
+        return -1;
+    const size_t dwLen = strlen(pszText);
+    if (dwLen > INT32_MAX)
+        return SXML_NO_MEMORY;
+    if (iMode == SXML_MODE_TREE)
+        return BuildTree(pThis, pszText, pszText + dwLen);
+    return Tokenize<g_tCallbackSink>(pThis, pszText, pszText + dwLen);
+}
+
+int SXMLParser_ProcessFile(SXMLParserContext *pThis, const char *pszPath, int32_t iMode)
+{
+    // A pipe in the file's place must not hold the program up until somebody writes to it.
+    const int iFile = open(pszPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (iFile < 0)
+        return -1;
+    const off_t iSize = lseek(iFile, 0, SEEK_END);
+    if (iSize < 0) {
+        close(iFile);
+        return 0;
+    }
+    char *pszText = iSize < INT32_MAX ? static_cast<char *>(malloc(static_cast<size_t>(iSize) + 1)) : NULL;
+    ssize_t iRead = -1;
+    if (pszText != NULL && lseek(iFile, 0, SEEK_SET) == 0)
+        iRead = read(iFile, pszText, static_cast<size_t>(iSize));
+    close(iFile);
+    if (pszText == NULL)
+        return -1;
+    pszText[iRead > 0 ? iRead : 0] = '\0'; // the file may have been cut since its size was taken
+    const int iResult = SXMLParser_Process(pThis, pszText, iMode);
+    free(pszText);
+    return iResult;
+}

@@ -1,0 +1,139 @@
+// Matching names against the table must find exactly what the plain way finds: scan the cut name with the template,
+// print the template with the numbers again, compare.
+#include "param/dispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+namespace {
+
+struct Match {
+    std::string strTemplate;
+    int32_t iIndex1;
+    int32_t iIndex2;
+    bool operator==(const Match &t) const
+    {
+        return strTemplate == t.strTemplate && iIndex1 == t.iIndex1 && iIndex2 == t.iIndex2;
+    }
+};
+
+void PrintTo(const Match &t, std::ostream *pStream)
+{
+    *pStream << "\"" << t.strTemplate << "\" " << t.iIndex1 << " " << t.iIndex2;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+bool Plain_Match(const DispatchEntry &tEntry, const std::string &strName, int (&aiNumber)[2])
+{
+    const size_t uLength = strlen(tEntry.pszName);
+    char acName[256] = "";
+    char acPrinted[256] = "";
+    memcpy(acName, strName.c_str(), std::min(strName.size(), uLength));
+    memcpy(acPrinted, tEntry.pszName, uLength);
+    if (tEntry.iIndexCount > 0) {
+        if (sscanf(acName, tEntry.pszName, &aiNumber[0], &aiNumber[1]) != tEntry.iIndexCount)
+            return false;
+        memset(acPrinted, 0, sizeof acPrinted);
+        snprintf(acPrinted, sizeof acPrinted, tEntry.pszName, aiNumber[0], aiNumber[1]);
+    }
+    return strncmp(acName, acPrinted, uLength) == 0;
+}
+#pragma GCC diagnostic pop
+
+Match Plain_Find(const std::string &strName)
+{
+    for (const DispatchEntry *ptEntry = g_tDispatchTable; ptEntry->pszName != nullptr; ++ptEntry) {
+        int aiNumber[2] = {1, 1};
+        if (!Plain_Match(*ptEntry, strName, aiNumber))
+            continue;
+        return {ptEntry->pszName, ptEntry->iIndexCount > 0 ? aiNumber[0] - 1 : 0,
+                ptEntry->iIndexCount > 1 ? aiNumber[1] - 1 : 0};
+    }
+    return {"", 0, 0};
+}
+
+Match Table_Find(const std::string &strName)
+{
+    ParamContext tContext = {};
+    const DispatchEntry *ptEntry = Find_DispatchEntry(strName.c_str(), &tContext);
+    if (ptEntry == nullptr)
+        return {"", 0, 0};
+    return {ptEntry->pszName, tContext.iIndex1, tContext.iIndex2};
+}
+
+std::string Fill_In(std::string strName, std::mt19937 &tRandom)
+{
+    static const char *const NUMBERS[] = {
+        "1",   "2",           "10",         "0",           "-1",         "+1",        "01", " 1",
+        "-0",  "2147483647",  "2147483648", "-2147483647", "1234567",    "-",         "",   "0x1",
+        "1e3", "99999999999", "12345678",   "123456789",   "1234567890", "4294967297"};
+    for (size_t uAt = strName.find("%d"); uAt != std::string::npos; uAt = strName.find("%d", uAt))
+        strName.replace(uAt, 2, NUMBERS[tRandom() % std::size(NUMBERS)]);
+    return strName;
+}
+
+} // namespace
+
+TEST(Dispatch, FindsWhatThePlainScanFinds)
+{
+    std::mt19937 tRandom(20);
+    int iMatched = 0;
+    for (int iRound = 0; iRound < 60000; ++iRound) {
+        std::string strName = Fill_In(g_tDispatchTable[tRandom() % PARAM_ENTRY_COUNT].pszName, tRandom);
+        switch (tRandom() % 5) {
+        case 0: // runs on
+            strName +=
+                Fill_In(g_tDispatchTable[tRandom() % PARAM_ENTRY_COUNT].pszName, tRandom).substr(0, tRandom() % 9);
+            break;
+        case 1: // is short
+            strName.resize(tRandom() % (strName.size() + 1));
+            break;
+        case 2: // has another character
+            strName[tRandom() % strName.size()] = ".%d 019-hXe"[tRandom() % 11];
+            break;
+        default:
+            break;
+        }
+        const Match tExpected = Plain_Find(strName);
+        ASSERT_EQ(tExpected, Table_Find(strName)) << "name \"" << strName << "\"";
+        iMatched += tExpected.strTemplate.empty() ? 0 : 1;
+    }
+    EXPECT_GT(iMatched, 10000) << "the names must not all be nonsense";
+}
+
+TEST(Dispatch, KnowsNamesThatRunOn)
+{
+    EXPECT_EQ(Table_Find("General.FirmwareVersionX"), (Match{"General.FirmwareVersion", 0, 0}));
+    EXPECT_EQ(Table_Find("Network.1234567.Anything"), (Match{"Network.%d.Dhcp", 1234566, 0}));
+    EXPECT_EQ(Table_Find("Network.-1.Dhcp"), (Match{"Network.%d.Dhcp", -2, 0}));
+    EXPECT_EQ(Table_Find("VideoInput.01.Brightness"), (Match{"", 0, 0}));
+    EXPECT_EQ(Table_Find(""), (Match{"", 0, 0}));
+}
+
+TEST(Dispatch, EveryEntryIsFoundByItsOwnNameAndCanBeServed)
+{
+    for (int iEntry = 0; iEntry < PARAM_ENTRY_COUNT; ++iEntry) {
+        const DispatchEntry &tEntry = g_tDispatchTable[iEntry];
+        std::string strName = tEntry.pszName;
+        EXPECT_EQ(std::count(strName.begin(), strName.end(), '%'), tEntry.iIndexCount) << strName;
+        for (size_t uAt = strName.find("%d"); uAt != std::string::npos; uAt = strName.find("%d"))
+            strName.replace(uAt, 2, "1");
+        EXPECT_EQ(Table_Find(strName), (Match{tEntry.pszName, 0, 0}));
+        EXPECT_NE(tEntry.ptRecord->pfnGet, nullptr) << strName;
+        EXPECT_TRUE(tEntry.iAccess == ACCESS_READ_ONLY || tEntry.ptRecord->pfnSet != nullptr) << strName;
+    }
+    EXPECT_EQ(g_tDispatchTable[PARAM_ENTRY_COUNT].pszName, nullptr);
+}
+
+TEST(Dispatch, RefusesTemplatesThatItCannotHold)
+{
+    ParamContext tContext = {};
+    const std::string strLong(256, 'a');
+    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str(), strLong.c_str(), 256, 0, &tContext), -1);
+    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str() + 1, strLong.c_str(), 255, 0, &tContext), 0);
+    EXPECT_EQ(QuorvexDispatchParser("a", "a", 1, 3, &tContext), -1);
+}

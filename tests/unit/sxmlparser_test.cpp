@@ -1,0 +1,285 @@
+// The XML parser: queries, result codes, callbacks, files, and the block that holds the tree.
+#include "sxmlparser/sxmlparser.h"
+
+#include <gtest/gtest.h>
+
+#include <ctype.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
+static std::function<bool()> g_fnOnCalloc;
+extern "C" void *__real_calloc(size_t uCount, size_t uSize); // NOLINT
+extern "C" void *__wrap_calloc(size_t uCount, size_t uSize)  // NOLINT
+{
+    return !g_fnOnCalloc || g_fnOnCalloc() ? __real_calloc(uCount, uSize) : nullptr;
+}
+
+using Parser = std::unique_ptr<SXMLParserContext, void (*)(SXMLParserContext *)>;
+
+static Parser MakeParser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_MODE, 1, {}, {}, {}, {}, {}, 0, 0})
+{
+    SXMLParserContext *pParser = nullptr;
+    EXPECT_EQ(SXMLParser_Initial(&pParser), 0);
+    EXPECT_EQ(SXMLParser_SetOptions(pParser, &tOptions), 0);
+    return {pParser, [](SXMLParserContext *p) { SXMLParser_Release(&p); }};
+}
+
+// Parses from a block that ends with the terminator, so that a sanitizer sees a read behind it.
+static int Parse(const Parser &pParser, const std::string &strText, int32_t iMode = SXML_MODE_TREE)
+{
+    const std::unique_ptr<char[]> pText(new char[strText.size() + 1]);
+    memcpy(pText.get(), strText.c_str(), strText.size() + 1);
+    return SXMLParser_Process(pParser.get(), pText.get(), iMode);
+}
+
+static Parser ParseTree(const std::string &strText)
+{
+    Parser pParser = MakeParser();
+    EXPECT_EQ(Parse(pParser, strText), 0) << strText;
+    return pParser;
+}
+
+static std::string TextOf(const char *pszText) { return pszText != nullptr ? pszText : "(none)"; }
+
+static std::string TagsOf(SXMLParserContext *p)
+{
+    std::string strTags;
+    for (const SXMLElement *pElement = SXMLParser_EnumStart(p); pElement != nullptr; pElement = SXMLParser_EnumNext(p))
+        strTags += std::string(pElement->pszTag) + " ";
+    return strTags;
+}
+
+// After a failure the answers are free, but reading them must not fault.
+static void AskEverything(SXMLParserContext *p)
+{
+    for (int32_t i = SXMLParser_GetElementCount(p) + SXMLParser_GetAttributeCount(p); i >= -1; i--)
+        (void)(TextOf(SXMLParser_GetTagValueByIndex(p, i)) + TextOf(SXMLParser_GetAttrValueByIndex(p, i)));
+    (void)(TagsOf(p) + TextOf(SXMLParser_GetTagValueByName(p, "root", "a", nullptr)));
+    (void)TextOf(SXMLParser_GetAttrValueByName(p, "x", "root", "a", nullptr));
+}
+
+TEST(SxmlParser, AnswersByPathIndexAndAttribute)
+{
+    const Parser pParser =
+        ParseTree("<?xml version=\"1.0\"?>\n<root v='2'>\n<quorvex><ntpinterval></ntpinterval><n>1</n><n>2</n>"
+                  "</quorvex><e x = \"a'b\"\ty='&lt;'k:1.-_=\"\"/></root>\n<top>t</top>");
+    SXMLParserContext *p = pParser.get();
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "quorvex", "ntpinterval", nullptr)), "");
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "quorvex", "n", nullptr)), "1");
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "n", nullptr)), "(none)");
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "top", nullptr)), "(none)");
+    EXPECT_EQ(SXMLParser_GetElementByTag(p, nullptr), nullptr);
+    EXPECT_EQ(SXMLParser_GetElementByTag(p, "root", "e", nullptr), SXMLParser_GetElementByIndex(p, 6));
+    EXPECT_EQ(SXMLParser_GetTagIndex(p, "root", "quorvex", "n", nullptr), 4);
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByName(p, "x", "root", "e", nullptr)), "a'b");
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByName(p, "y", "root", "e", nullptr)), "&lt;");
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByName(p, "y", "root", nullptr)), "(none)");
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByName(p, nullptr, "root", "e", nullptr)), "(none)");
+    EXPECT_EQ(SXMLParser_GetAttrIndex(p, "k:1.-_", "root", "e", nullptr), 4);
+    EXPECT_EQ(SXMLParser_GetAttrIndex(p, "y", "root", "quorvex", nullptr), 0);
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(p, 7)), "t");
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByIndex(p, 1)), "2");
+    for (const int32_t iIndex : {INT32_MIN, -1, 0, 8, INT32_MAX}) {
+        EXPECT_EQ(SXMLParser_GetElementByIndex(p, iIndex), nullptr) << iIndex;
+        EXPECT_EQ(SXMLParser_GetAttrValueByIndex(p, iIndex), nullptr) << iIndex;
+    }
+    EXPECT_EQ(TagsOf(p), "root quorvex ntpinterval n n e top ");
+}
+
+TEST(SxmlParser, AnswersNothingWithoutATree)
+{
+    AskEverything(nullptr);
+    const Parser pParser = MakeParser();
+    for (const char *pszText : {"", "no tag at all", "<!-- -->\n"}) {
+        EXPECT_EQ(TagsOf(pParser.get()), "");
+        EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "root", nullptr), 0);
+        EXPECT_EQ(Parse(pParser, pszText), 0);
+    }
+    EXPECT_EQ(SXMLParser_Release(nullptr), -1);
+}
+
+TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
+{
+    const std::map<std::string, std::vector<const char *>> tTextsByValue = {
+        {"", {"<a/>x", "<a></a>", "<a>x<b/></a>", "<a>x<b>z</b>y</a>", "<a>x<?i?></a>", "<a>x<!--c--></a>"}},
+        {"x", {"<a>x</a>", "<a y=''>x</a \t>", "<a >x</>", "<abc>x</ab>", "<_a>x</_a>y", "<a>y<!-->-->x</a>"}},
+        {"\n x\t", {"<a>\n x\t</a>"}},
+        {"&amp;>]]>-->?>", {"<a>&amp;>]]>-->?></a>"}},
+    };
+    for (const auto &[strValue, apszText] : tTextsByValue)
+        for (const char *pszText : apszText)
+            EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(ParseTree(pszText).get(), 1)), strValue) << pszText;
+}
+
+TEST(SxmlParser, ReportsWhatIsWrong)
+{
+    const std::map<uint32_t, std::vector<const char *>> tTextsByCode = {
+        {0x80000005, {"<a></b>", "<ab></abc>", "<a><b></a></b>"}},
+        {0x80000006, {"<", "<1/>", "<![CDATA[x]]>", "<!DOCTYPE a>", "<!-x-->", "<a>< /a>"}},
+        {0x80000009, {"<a b>", "<a b\n='1'>", "<a b='1'c"}},
+        {0x8000000B, {"<!--->", "<a/><!--x-->"}},
+        {0x8000000C, {"<?>", "<?i>", "<?i?>"}},
+        {0x8000000D, {"<a", "</", "<a\n>", "<a/ >", "<a _b='1'>", "<a></a x>", "<a b='1'\nc='2'/>"}},
+        {0x8000000E, {"<a b=", "<a b=1>", "<a b=\n'1'>", "<a b='1\"/>"}},
+        {0x80000010, {"<a>", "</a>", "<a/></a><a>"}},
+    };
+    for (const auto &[dwCode, apszText] : tTextsByCode) {
+        const bool bTreeOnly = dwCode == 0x80000005 || dwCode == 0x80000010; // callbacks see no nesting
+        for (const char *pszText : apszText) {
+            const Parser pParser = MakeParser();
+            EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText)), dwCode) << pszText;
+            AskEverything(pParser.get());
+            EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText, SXML_MODE_CALLBACK)), bTreeOnly ? 0 : dwCode)
+                << pszText;
+        }
+    }
+    EXPECT_EQ(Parse(MakeParser({}), "", SXML_MODE_CALLBACK), -1);
+    EXPECT_EQ(Parse(MakeParser(), "<", 3), 0);
+}
+
+TEST(SxmlParser, RefusesEveryCutOfADocument)
+{
+    const std::string strGood = "<?i?><!--c--><root x=\"1\" y='2'><a x='3'>text</a><b/></root>";
+    const Parser pParser = ParseTree(strGood);
+    for (size_t i = strGood.find("root"); i < strGood.size(); i++) {
+        EXPECT_LT(Parse(pParser, strGood.substr(0, i)), 0) << strGood.substr(0, i);
+        AskEverything(pParser.get());
+        Parse(pParser, strGood.substr(0, i), SXML_MODE_CALLBACK);
+    }
+}
+
+TEST(SxmlParser, KnowsTheCharactersOfNames)
+{
+    const Parser pParser = MakeParser();
+    for (int i = 1; i < 256; i++) {
+        const std::string strChar(1, static_cast<char>(i));
+        const bool bName = isalnum(i) != 0 || strchr("-.:_", i) != nullptr;
+        EXPECT_EQ(Parse(pParser, "<" + strChar + "/>") == 0, isalpha(i) != 0 || i == '_') << i;
+        EXPECT_EQ(Parse(pParser, "<a " + strChar + "=''/>") == 0, isalpha(i) != 0) << i;
+        EXPECT_EQ(Parse(pParser, "<a" + strChar + "b/>") == 0, bName) << i;
+        EXPECT_EQ(Parse(pParser, "<a" + strChar + ">-</a>") == 0, bName || strchr(" \t>", i)) << i;
+    }
+}
+
+// Appends the parts of one event to the log that is the callbacks' user data.
+static uint32_t Log(void *pLog, std::initializer_list<std::pair<const char *, int32_t>> atPart)
+{
+    for (const auto &[psz, iLen] : atPart)
+        *static_cast<std::string *>(pLog) += (psz ? std::string(psz, static_cast<size_t>(iLen)) : "NULL") + " ";
+    return 1;
+}
+
+TEST(SxmlParser, CallsBackInOrder)
+{
+    std::string strLog;
+    SXMLParserOptions tOptions = {SXML_SET_CALLBACK_MODE | SXML_SET_CALLBACKS, 1, {}, {}, {}, {}, &strLog, 8, 9};
+    tOptions.pfnOpenTag = [](void *p, const char *psz, int32_t i) { return Log(p, {{"+", 1}, {psz, i}}); };
+    tOptions.pfnCloseTag = [](void *p, const char *psz, int32_t i) { return Log(p, {{"-", 1}, {psz, i}}); };
+    tOptions.pfnAttributeValue = [](void *p, const char *psz, int32_t i, const char *pszName, int32_t iName,
+                                    const char *pszValue, int32_t iValue) {
+        return Log(p, {{"@", 1}, {psz, i}, {pszName, iName}, {pszValue, iValue}});
+    };
+    tOptions.pfnTagValue = [](void *p, const char *psz, int32_t i, const char *pszValue, int32_t iValue) {
+        return Log(p, {{"=", 1}, {psz, i}, {pszValue, iValue}});
+    };
+    const Parser pParser = MakeParser(tOptions);
+    EXPECT_EQ(Parse(pParser, "x</z><a b='1' c=''>t</d ><e/>u</f>", SXML_MODE_CALLBACK), 0);
+    EXPECT_EQ(strLog, "- z + a @ a b 1 @ a c  = a t - d + e = e NULL - e - f ");
+    tOptions = {SXML_SET_CALLBACKS | SXML_SET_OPTION_WORDS, 7, {}, {}, {}, {}, {}, 8, 9};
+    SXMLParser_SetOptions(pParser.get(), &tOptions);
+    EXPECT_EQ(pParser->pfnTagValue, DummyTagValue);
+    EXPECT_EQ(pParser->iCallbackMode, 1);
+    EXPECT_EQ(pParser->dwOption1 * 10 + pParser->dwOption2, 89U);
+}
+
+static std::string Repeat(int iCount, const char *pszText)
+{
+    std::string strAll;
+    while (iCount-- > 0)
+        strAll += pszText;
+    return strAll;
+}
+
+TEST(SxmlParser, TakesAnyShape)
+{
+    const Parser pWide = ParseTree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
+    const SXMLElement *pFirst = pWide->pXMLElement;
+    EXPECT_EQ(pFirst[1].iChildCount, 50001);
+    EXPECT_EQ(pFirst[2].pNextSibling, pFirst + 4);
+    EXPECT_EQ(pFirst[50002].pNextSibling, pFirst + 50003);
+    EXPECT_EQ(ParseTree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
+    const Parser pLong = ParseTree("<a" + Repeat(20000, " b=''") + " c='d'/>");
+    EXPECT_EQ(SXMLParser_GetAttrIndex(pLong.get(), "c", "a", nullptr), 20001);
+}
+
+TEST(SxmlParser, KeepsOneBlockOfTheExactSize)
+{
+    const Parser pParser = ParseTree("<abc x='1'><b>t</b></abc>");
+    constexpr size_t STRINGS = sizeof("abc") + sizeof("x") + sizeof("1") + sizeof("b") + sizeof("t");
+    EXPECT_EQ(static_cast<size_t>(pParser->iBufferSize), STRINGS + alignof(SXMLElement) - 1 + 3 * sizeof(SXMLElement) +
+                                                             2 * sizeof(SXMLAttribute) + 2 * sizeof(SXMLElement *));
+    const void *pBlock = pParser->pBuffer;
+    EXPECT_EQ(Parse(pParser, "<a>"), SXML_UNBALANCED);
+    EXPECT_EQ(Parse(pParser, "<a/>"), 0);
+    EXPECT_EQ(pParser->pBuffer, pBlock);
+    EXPECT_EQ(Parse(pParser, "<a><b/><c/><d/></a>"), 0);
+    EXPECT_EQ(TagsOf(pParser.get()), "a b c d ");
+}
+
+TEST(SxmlParser, SurvivesWithoutMemory)
+{
+    const Parser pParser = ParseTree("<a/>");
+    SXMLParserContext *pNone = pParser.get();
+    g_fnOnCalloc = [] { return false; };
+    EXPECT_EQ(SXMLParser_Initial(&pNone), -1);
+    EXPECT_EQ(Parse(pParser, "<root><a x='1'/></root>"), SXML_NO_MEMORY);
+    g_fnOnCalloc = nullptr;
+    AskEverything(pNone);
+    AskEverything(pParser.get());
+    EXPECT_EQ(Parse(pParser, "<a/>"), 0);
+}
+
+// Only a text that changes between the passes gets to these checks.
+TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
+{
+    const std::string aastrCase[][3] = {
+        {"<a></a>  ", "<a/><a/> ", "pThis->pCurElement < .pThis->pXMLElement . pThis->iXMLElementCount . 1."},
+        {"<a>01234</a>", "<a b='1'>2</", "pThis->pCurAttribute < pThis->pXMLAttribute . pThis->iXMLAttributeCount . 1"},
+        {"<a></a>", "<abcd/>", "pThis->pszCurXMLStr <= pThis->pszXMLString . pThis->iXMLStrSize"},
+    };
+    for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase) {
+        std::string strText = strCounted;
+        const Parser pParser = MakeParser();
+        g_fnOnCalloc = [&, strNext = strBuilt] { return strText.replace(0, strText.size(), strNext).size() > 0; };
+        EXPECT_DEATH(SXMLParser_Process(pParser.get(), strText.c_str(), SXML_MODE_TREE),
+                     ": src/sxmlparser.c:[0-9]+: ConstructDOMCb: Assertion `" + strAssertion + "' failed");
+        g_fnOnCalloc = nullptr;
+    }
+}
+
+TEST(SxmlParser, ReadsFiles)
+{
+    const std::string strFolder = testing::TempDir() + "sxmlparser." + std::to_string(getpid());
+    const std::string strFile = strFolder + "/file.xml", strPipe = strFolder + "/pipe";
+    ASSERT_TRUE(mkdir(strFolder.c_str(), 0700) == 0 && mkfifo(strPipe.c_str(), 0600) == 0) << strFolder;
+    std::ofstream(strFile) << "<root><a>" << std::string(70000, 'x') << "</a></root>";
+    const Parser pParser = MakeParser();
+    SXMLParserContext *p = pParser.get();
+    EXPECT_EQ(SXMLParser_ProcessFile(p, (strFile + "x").c_str(), SXML_MODE_TREE), -1);
+    EXPECT_EQ(SXMLParser_ProcessFile(p, strFile.c_str(), SXML_MODE_TREE), 0);
+    EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "a", nullptr)).size(), 70000U);
+    EXPECT_EQ(SXMLParser_ProcessFile(p, strPipe.c_str(), SXML_MODE_TREE), 0);
+    EXPECT_EQ(TagsOf(p), "root a ") << "where no size can be told nothing is parsed";
+    EXPECT_LE(SXMLParser_ProcessFile(p, strFolder.c_str(), SXML_MODE_TREE), 0);
+    unlink(strFile.c_str());
+    unlink(strPipe.c_str());
+    rmdir(strFolder.c_str());
+}

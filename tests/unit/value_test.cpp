@@ -1,0 +1,248 @@
+// Numbers, texts and the arithmetic of the mapping routines.
+#include "common/debug_log.h"
+#include "common/int32.h"
+#include "common/string_util.h"
+#include "conflib/cdf_range.h"
+#include "conflib/escape_decode.h"
+#include "mapping/motion.h"
+#include "mapping/ptz_io.h"
+#include "mapping/video.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct TextNumber {
+    const char *pszText;
+    int32_t iNumber;
+};
+
+std::string Decode(std::string strText)
+{
+    // A block of the exact size, so that the sanitizers see a read or write behind it.
+    std::vector<char> acText(strText.begin(), strText.end());
+    int iLength = 0;
+    EscapeDecodeString(acText.data(), static_cast<int>(acText.size()), acText.data(), &iLength, 1);
+    return std::string(acText.data(), static_cast<size_t>(iLength));
+}
+
+std::string Position(const char *pszText, size_t uSize = 512)
+{
+    std::vector<char> acText(512);
+    snprintf(acText.data(), acText.size(), "%s", pszText);
+    EXPECT_EQ(Check_MotionPosition(acText.data(), uSize), 0);
+    return acText.data();
+}
+
+std::string g_strHooked;
+
+int Hook(const char *pszFormat, va_list tArguments)
+{
+    char szText[64];
+    vsnprintf(szText, sizeof szText, pszFormat, tArguments);
+    g_strHooked += szText;
+    return 7;
+}
+
+} // namespace
+
+TEST(Int32, SaturatesTexts)
+{
+    constexpr TextNumber TEXTS[] = {{"", 0},
+                                    {" \t-12x", -12},
+                                    {"+5", 5},
+                                    {"x1", 0},
+                                    {"2147483647", INT32_MAX},
+                                    {"2147483648", INT32_MAX},
+                                    {"-99999999999999999999", INT32_MIN},
+                                    {"4294967297", INT32_MAX}};
+    for (const TextNumber &t : TEXTS)
+        EXPECT_EQ(Int32_FromText(t.pszText), t.iNumber) << t.pszText;
+}
+
+TEST(Int32, ConvertsAndWraps)
+{
+    EXPECT_EQ(Int32_FromDouble(-1999.99), -1999);
+    EXPECT_EQ(Int32_FromDouble(2147483647.5), INT32_MAX);
+    EXPECT_EQ(Int32_FromDouble(-1e300), INT32_MIN);
+    EXPECT_EQ(Int32_FromDouble(std::nan("")), 0);
+    EXPECT_EQ(Int32_FromDouble(-std::numeric_limits<double>::infinity()), INT32_MIN);
+    EXPECT_EQ(Int32_Multiply(3000000, 1000), -1294967296);
+    EXPECT_EQ(Int32_Add(INT32_MIN, -1), INT32_MAX);
+}
+
+TEST(EscapeDecode, DecodesWholeSequencesOnly)
+{
+    EXPECT_EQ(Decode("a%20b%2Fc%2f"), "a b/c/");
+    EXPECT_EQ(Decode("%"), "%");
+    EXPECT_EQ(Decode("%4"), "%4");
+    EXPECT_EQ(Decode("%%41%zz%4g"), "%A%zz%4g");
+    EXPECT_EQ(Decode("+%00%ff"), "+%00\xff");
+    EXPECT_EQ(Decode(""), "");
+}
+
+TEST(CdfRange, ParsesBothForms)
+{
+    struct {
+        std::string strText;
+        int iResult;
+        float fLower, fUpper;
+    } const atRange[] = {
+        {"in,\"1000~8000000\"", 0, 1000, 8000000},
+        {"x,y\"64,128,256\"z", 0, 64, 256},
+        {",\"a~7k\"", 0, 0, 7},
+        {"\"1000~8000000\"", -1, 0, 0},
+        {",\"64\"", -1, 0, 0},
+        {",\"64~128", -1, 0, 0},
+        {",", -1, 0, 0},
+        {"", -1, 0, 0},
+        {",\"123456789012345~2\"", 0, 123456789012345.f, 2},
+        {",\"1~1234567890123456\"", -1, 1, 0},
+        {",\"1e999~2\"", -1, std::numeric_limits<float>::infinity(), 0},
+        {",\"~\"", 0, 0, 0},
+    };
+    for (const auto &t : atRange) {
+        std::vector<char> acText(t.strText.c_str(), t.strText.c_str() + t.strText.size() + 1);
+        QuorvexFloatRange tRange = {};
+        EXPECT_EQ(QuorvexParseXMLFloatRange(acText.data(), &tRange), t.iResult) << t.strText;
+        EXPECT_EQ(tRange.fLower, t.fLower) << t.strText;
+        EXPECT_EQ(tRange.fUpper, t.fUpper) << t.strText;
+    }
+    QuorvexFloatRange tRange = {};
+    EXPECT_EQ(QuorvexParseXMLFloatRange(nullptr, &tRange), -1);
+}
+
+TEST(Motion, TurnsRectanglesIntoPolygons)
+{
+    EXPECT_EQ(Position("0.1,0.2,0.5,0.6"), "1999,999,1999,4999,5999,4999,5999,999");
+    EXPECT_EQ(Position("0,0,1,1"), "0,0,0,9999,9999,9999,9999,0");
+    EXPECT_EQ(Position("0.5"), "0,4999,0,0,0,0,0,4999");
+    EXPECT_EQ(Position("-1e300,1e300,nan,x"),
+              "2147483647,-2147483648,2147483647,-2147483648,0,-2147483648,0,-2147483648");
+    EXPECT_EQ(Position("0,0,1,1", 8), "0,0,0,9");
+}
+
+TEST(Video, FindsTheSmallestNumber)
+{
+    struct {
+        std::string strList;
+        int iResult;
+        int32_t iMinimum;
+    } const atList[] = {{"30,25", 0, 25},        {"x,7fps,", 0, 7},
+                        {"", -1, INT32_MAX},     {"2147483647", -1, INT32_MAX},
+                        {"-5000000000,3", 0, 3}, {"5000000000,-2147483648", 0, INT32_MIN}};
+    for (const auto &t : atList) {
+        std::vector<char> acList(t.strList.c_str(), t.strList.c_str() + t.strList.size() + 1);
+        int32_t iMinimum = 0;
+        EXPECT_EQ(FindMinNbrInList(acList.data(), ",", &iMinimum), t.iResult) << t.strList;
+        EXPECT_EQ(iMinimum, t.iMinimum) << t.strList;
+    }
+}
+
+TEST(Ptz, TellsTheTypeOfCamera)
+{
+    const PTZCapability atCamera[] = {{0, 1, 1}, {1, 0, 1}, {1, 1, 0}, {1, 1, 1}};
+    const int aiType[] = {PTZ_TYPE_OFF, PTZ_TYPE_NO_ZOOM, PTZ_TYPE_ZOOM, PTZ_TYPE_FULL};
+    for (size_t u = 0; u < std::size(atCamera); ++u)
+        EXPECT_EQ(SupportPTZType(&atCamera[u]), aiType[u]);
+    EXPECT_EQ(SupportPTZType(nullptr), 0);
+}
+
+TEST(StringUtil, PacksVersions)
+{
+    EXPECT_EQ(VersionStringToFourCC("2.0.0.0"), 2u);
+    EXPECT_EQ(VersionStringToFourCC("1.2.3.4.5"), 0x04030201u);
+    EXPECT_EQ(VersionStringToFourCC("0.256"), 0x10000u);
+    EXPECT_EQ(VersionStringToFourCC("...."), 0u);
+    EXPECT_EQ(VersionStringToFourCC("1.1.1.100000000009"), 0x0010101u | (1000000000u << 24));
+}
+
+TEST(StringUtil, ComparesWithoutCase)
+{
+    EXPECT_EQ(stricmp("ABC", "abc"), 0);
+    EXPECT_EQ(stricmp("abc", "ab"), -1);
+    EXPECT_EQ(stricmp("ab", "abc"), -1);
+    EXPECT_EQ(stricmp("b", "A"), 1);
+    EXPECT_EQ(stricmp("", ""), 0);
+    EXPECT_EQ(stricmp("", "a"), -1);
+    EXPECT_EQ(stricmp("\xe4", "z"), 1);
+    EXPECT_EQ(memicmp("a\0B", "A\0b", 3), 0);
+    EXPECT_EQ(memicmp("a\0C", "A\0b", 3), 1);
+    EXPECT_EQ(memicmp("a", "b", 1), -1);
+    EXPECT_EQ(memicmp("a", "b", 0), 0);
+}
+
+TEST(StringUtil, RemovesCharacters)
+{
+    constexpr struct {
+        int iCount;
+        const char *pszLeft;
+    } CASES[] = {{2, "AABBCC"}, {1, "AA:BBCC"}, {0, "AA:BB-CC"}, {-1, ""}, {99, "AABBCC"}};
+    for (const auto &t : CASES) {
+        char szText[] = "AA:BB-CC";
+        removeChar(szText, "-:", t.iCount);
+        EXPECT_STREQ(szText, t.pszLeft) << t.iCount;
+    }
+}
+
+TEST(DebugLog, WritesToTheSinksOfItsLevel)
+{
+    const std::string strPath = testing::TempDir() + "debug_log_test";
+    testing::internal::CaptureStdout();
+    DbgLogInit(DBG_LEVEL_FILE, strPath.c_str());
+    DbgLogInit(1, nullptr);
+    DbgLogFunction(1, "masked");
+    DbgLogFunction(DBG_LEVEL_FILE, "one %d;", 1);
+    DbgLog_SetLevel(DBG_LEVEL_FILE | DBG_LEVEL_TELNET);
+    g_pfnTelnetDbgPrint = Hook;
+    DbgLogFunction(DBG_LEVEL_FILE | DBG_LEVEL_TELNET, "two %s %d;", "both", 2);
+    EXPECT_EQ(__Telnet_AssertFail("three %d;", 3), 7);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Debug Init:level = 268435456\r\n" + strPath + "Change debug level to -1879048192\r\n");
+    EXPECT_EQ(g_strHooked, "two both 2;three 3;");
+    fclose(_db_fptr);
+    FILE *ptFile = fopen(strPath.c_str(), "r");
+    char szLog[64] = "";
+    EXPECT_GT(fread(szLog, 1, sizeof szLog - 1, ptFile), 0u);
+    fclose(ptFile);
+    EXPECT_STREQ(szLog, "one 1;two both 2;");
+    g_pfnTelnetDbgPrint = NullTelnetDbgPrint;
+}
+
+// The pauses and log lines of the PTZ client, recorded in place of the C library's.
+namespace {
+std::vector<unsigned int> g_auPause;
+std::vector<std::string> g_astrLog;
+} // namespace
+
+extern "C" unsigned int sleep(unsigned int uSeconds)
+{
+    g_auPause.push_back(uSeconds);
+    return 0;
+}
+
+extern "C" void syslog(int iPriority, const char *pszFormat, ...)
+{
+    va_list tArguments;
+    va_start(tArguments, pszFormat);
+    char szText[128];
+    vsnprintf(szText, sizeof szText, pszFormat, tArguments);
+    va_end(tArguments);
+    g_astrLog.push_back(std::to_string(iPriority) + " " + szText);
+}
+
+TEST(Ptz, TriesTenTimesInFortyFiveSeconds)
+{
+    char szReply[8] = "as was";
+    EXPECT_EQ(QvrxParam_UnixSocketClient("/nonexistent/ptzctrl", "x", szReply, sizeof szReply), -1);
+    EXPECT_EQ(g_auPause, std::vector<unsigned int>(9, 5));
+    std::vector<std::string> astrExpected(9, "2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl");
+    astrExpected.push_back("2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl for 10 times");
+    EXPECT_EQ(g_astrLog, astrExpected);
+    EXPECT_STREQ(szReply, "as was");
+}
