@@ -239,7 +239,7 @@ static int Attach_Segment(key_t tKey, SnapshotSegment *ptSegment)
     const int iSegment = shmget(tKey, 0, 0);
     errno = 0;
     void *pAddress = shmat(iSegment, nullptr, 0);
-    if (pAddress == reinterpret_cast<void *>(-1)) {
+    if (reinterpret_cast<intptr_t>(pAddress) == -1) {
         printf("shmat attach faile. errno = %d %s\n", errno, strerror(errno));
         return -1;
     }

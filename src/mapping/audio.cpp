@@ -22,27 +22,27 @@ int Get_Audio_EntityCount_MappingRoutine(ParamContext *ptContext)
     const int32_t iCount = Read_KeyNumber(8, "capability_naudioin");
     // The platform counts the inputs before it listens: reading the count unmutes them all.
     for (int32_t iChannel = 0; iChannel < iCount; ++iChannel)
-        Write_Key("0", "audioin_c%d_mute", iChannel);
+        Write_Key("0", Make_Key("audioin_c%d_mute", iChannel).szKey);
     return Answer_Number(ptContext, iCount);
 }
 
 int Get_Audio_Gain_MappingRoutine(ParamContext *ptContext)
 {
-    if (Answer_Key(ptContext, "audioin_c%d_volume_internal", ptContext->iIndex1) == 0)
+    if (Answer_Key(ptContext, Make_Key("audioin_c%d_volume_internal", ptContext->iIndex1).szKey) == 0)
         return 0;
-    return Answer_Key(ptContext, "audioin_c%d_volume_external", ptContext->iIndex1);
+    return Answer_Key(ptContext, Make_Key("audioin_c%d_volume_external", ptContext->iIndex1).szKey);
 }
 
 int Set_Audio_Gain_MappingRoutine(ParamContext *ptContext)
 {
-    Write_Key(ptContext->szValue, "audioin_c%d_volume_internal", ptContext->iIndex1);
-    Write_Key(ptContext->szValue, "audioin_c%d_volume_external", ptContext->iIndex1);
+    Write_Key(ptContext->szValue, Make_Key("audioin_c%d_volume_internal", ptContext->iIndex1).szKey);
+    Write_Key(ptContext->szValue, Make_Key("audioin_c%d_volume_external", ptContext->iIndex1).szKey);
     return 0;
 }
 
 int Get_Audio_Codec_MappingRoutine(ParamContext *ptContext)
 {
-    if (Answer_Key(ptContext, "audioin_c%d_s0_codectype", ptContext->iIndex1) != 0) {
+    if (Answer_Key(ptContext, Make_Key("audioin_c%d_s0_codectype", ptContext->iIndex1).szKey) != 0) {
         syslog(LOG_INFO, "audioin_c%d_s0_codectype", ptContext->iIndex1);
         return -1;
     }
@@ -56,13 +56,13 @@ int Check_Audio_Codec_MappingRoutine(ParamContext *ptContext)
 
 int Set_Audio_Codec_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "audioin_c%d_s0_codectype", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("audioin_c%d_s0_codectype", ptContext->iIndex1).szKey);
 }
 
 int Get_Audio_InputType_MappingRoutine(ParamContext *ptContext)
 {
     char szInput[8] = "";
-    if (Read_Key(szInput, sizeof szInput, "audioin_c%d_input", ptContext->iIndex1) != 0) {
+    if (Read_Key(szInput, sizeof szInput, Make_Key("audioin_c%d_input", ptContext->iIndex1).szKey) != 0) {
         syslog(LOG_INFO, "audioin_c%d_input", ptContext->iIndex1);
         return -1;
     }
@@ -73,7 +73,7 @@ int Check_Audio_InputType_Value_Routine(ParamContext *ptContext) { return Rewrit
 
 int Set_Audio_InputType_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "audioin_c%d_input", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("audioin_c%d_input", ptContext->iIndex1).szKey);
 }
 
 int Get_Audio_InputTypeList_MappingRoutine(ParamContext *ptContext)
@@ -113,7 +113,7 @@ static constexpr int32_t BITS_PER_KBIT = 1000;
 int Get_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     char szBitRate[sizeof ptContext->szValue] = "";
-    Read_Key(szBitRate, sizeof szBitRate, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1);
+    Read_Key(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1).szKey);
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
 
@@ -121,13 +121,13 @@ int Check_AAC_BitRate_MappingRoutine(ParamContext *ptContext) { return Rewrite_S
 
 int Set_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1).szKey);
 }
 
 int Get_AAC_SamplingRate_MappingRoutine(ParamContext *ptContext)
 {
     char szBitRate[16] = "";
-    if (Read_Key(szBitRate, sizeof szBitRate, "audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1) != 0)
+    if (Read_Key(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1).szKey) != 0)
         return -1;
     const int32_t iBitRate = Int32_FromText(szBitRate);
     const AACBitRate *ptRow = g_tAACBitRateMappingTable;
@@ -158,7 +158,7 @@ int Get_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
 {
     if (!Has_Alarm())
         return -1;
-    const int iResult = Answer_BooleanKey(ptContext, "audioin_c%d_alarm_enable", ptContext->iIndex1);
+    const int iResult = Answer_BooleanKey(ptContext, Make_Key("audioin_c%d_alarm_enable", ptContext->iIndex1).szKey);
     if (iResult != 0)
         syslog(LOG_INFO, "audioin_c%d_alarm_enable Fail", ptContext->iIndex1);
     return iResult;
@@ -171,13 +171,14 @@ int Check_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
 
 int Set_AudioInput_Alarm_Enabled_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "audioin_c%d_alarm_enable", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("audioin_c%d_alarm_enable", ptContext->iIndex1).szKey);
 }
 
 int Get_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
 {
     char szLevel[4] = "";
-    if (!Has_Alarm() || Read_Key(szLevel, sizeof szLevel, "audioin_c%d_alarm_level", ptContext->iIndex1) != 0)
+    if (!Has_Alarm() ||
+        Read_Key(szLevel, sizeof szLevel, Make_Key("audioin_c%d_alarm_level", ptContext->iIndex1).szKey) != 0)
         return -1;
     return Answer_Number(ptContext, Int32_FromText(szLevel));
 }
@@ -189,5 +190,5 @@ int Check_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
 
 int Set_AudioInput_Alarm_Threshold_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "audioin_c%d_alarm_level", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("audioin_c%d_alarm_level", ptContext->iIndex1).szKey);
 }

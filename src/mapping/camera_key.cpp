@@ -10,7 +10,17 @@
 #include <string.h>
 #include <syslog.h>
 
-static int Read_NamedKey(char *pszText, size_t uSize, const char *pszKey)
+CameraKey Make_Key(const char *pszFormat, ...)
+{
+    CameraKey tKey;
+    va_list tArguments;
+    va_start(tArguments, pszFormat);
+    vsnprintf(tKey.szKey, sizeof tKey.szKey, pszFormat, tArguments);
+    va_end(tArguments);
+    return tKey;
+}
+
+int Read_Key(char *pszText, size_t uSize, const char *pszKey)
 {
     const int iResult = Configer_GetParamValueByXPath(pszKey, pszText, uSize);
     // A value that did not fit leaves no room for its terminator.
@@ -19,51 +29,29 @@ static int Read_NamedKey(char *pszText, size_t uSize, const char *pszKey)
     return iResult;
 }
 
-/// Formats the key of a routine that takes a key format as its last named argument.
-#define FORMAT_KEY(szKey, pszKeyFormat)                           \
-    char szKey[CAMERA_KEY_SIZE];                                  \
-    do {                                                          \
-        va_list tArguments;                                       \
-        va_start(tArguments, pszKeyFormat);                       \
-        vsnprintf(szKey, sizeof szKey, pszKeyFormat, tArguments); \
-        va_end(tArguments);                                       \
-    } while (false)
-
-int Read_Key(char *pszText, size_t uSize, const char *pszKeyFormat, ...)
+int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey)
 {
-    FORMAT_KEY(szKey, pszKeyFormat);
-    return Read_NamedKey(pszText, uSize, szKey);
-}
-
-int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKeyFormat, ...)
-{
-    FORMAT_KEY(szKey, pszKeyFormat);
-    const int iResult = Read_NamedKey(pszText, uSize, szKey);
+    const int iResult = Read_Key(pszText, uSize, pszKey);
     if (iResult != 0)
-        syslog(LOG_INFO, "unable to get %s\n", szKey);
+        syslog(LOG_INFO, "unable to get %s\n", pszKey);
     return iResult;
 }
 
 int32_t Read_KeyNumber(size_t uSize, const char *pszKey)
 {
     char szText[16] = "";
-    if (uSize > sizeof szText || Read_NamedKey(szText, uSize, pszKey) != 0)
+    if (uSize > sizeof szText || Read_Key(szText, uSize, pszKey) != 0)
         return 0;
     return Int32_FromText(szText);
 }
 
-int Write_Key(const char *pszValue, const char *pszKeyFormat, ...)
-{
-    FORMAT_KEY(szKey, pszKeyFormat);
-    return Set_Configer(szKey, pszValue);
-}
+int Write_Key(const char *pszValue, const char *pszKey) { return Set_Configer(pszKey, pszValue); }
 
-int Write_KeyNumber(int32_t iValue, const char *pszKeyFormat, ...)
+int Write_KeyNumber(int32_t iValue, const char *pszKey)
 {
-    FORMAT_KEY(szKey, pszKeyFormat);
     char szValue[16];
     snprintf(szValue, sizeof szValue, "%d", iValue);
-    return Set_Configer(szKey, szValue);
+    return Set_Configer(pszKey, szValue);
 }
 
 int Answer_Text(ParamContext *ptContext, const char *pszText)
@@ -80,17 +68,15 @@ int Answer_Number(ParamContext *ptContext, int32_t iNumber)
 
 int Answer_Boolean(ParamContext *ptContext, bool bValue) { return Answer_Text(ptContext, bValue ? "true" : "false"); }
 
-int Answer_Key(ParamContext *ptContext, const char *pszKeyFormat, ...)
+int Answer_Key(ParamContext *ptContext, const char *pszKey)
 {
-    FORMAT_KEY(szKey, pszKeyFormat);
-    return Read_NamedKey(ptContext->szValue, sizeof ptContext->szValue, szKey);
+    return Read_Key(ptContext->szValue, sizeof ptContext->szValue, pszKey);
 }
 
-int Answer_BooleanKey(ParamContext *ptContext, const char *pszKeyFormat, ...)
+int Answer_BooleanKey(ParamContext *ptContext, const char *pszKey)
 {
-    FORMAT_KEY(szKey, pszKeyFormat);
     char szFlag[4] = "";
-    if (Read_NamedKey(szFlag, sizeof szFlag, szKey) != 0)
+    if (Read_Key(szFlag, sizeof szFlag, pszKey) != 0)
         return -1;
     return Answer_Boolean(ptContext, strcmp(szFlag, "1") == 0);
 }

@@ -1,4 +1,4 @@
-/// What mapping routines are made of: reading and writing one camera key whose name is a format, answering, and
+/// What mapping routines are made of: reading and writing one camera key, answering, and
 /// rewriting words between the platform's and the camera's vocabulary. All return 0 or -1 unless said otherwise.
 #pragma once
 
@@ -6,20 +6,23 @@
 
 #include <stddef.h>
 
-/// Longest camera key with its terminator.
-constexpr size_t CAMERA_KEY_SIZE = 128;
+/// A camera key made from a format, such as "videoin_c%d_rotate". Longer ones than any camera has are cut.
+struct CameraKey {
+    char szKey[128];
+};
+CameraKey Make_Key(const char *pszFormat, ...) __attribute__((format(printf, 1, 2)));
 
 /// Reads a key into pszText. On failure the text keeps what the lookup left there, terminated: hand in a zeroed buffer
 /// where the result does not matter. The second form logs "unable to get <key>\n" on failure.
-int Read_Key(char *pszText, size_t uSize, const char *pszKeyFormat, ...) __attribute__((format(printf, 3, 4)));
-int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKeyFormat, ...) __attribute__((format(printf, 3, 4)));
+int Read_Key(char *pszText, size_t uSize, const char *pszKey);
+int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey);
 
 /// Reads a key as a number; one that cannot be read in uSize bytes counts as 0.
 int32_t Read_KeyNumber(size_t uSize, const char *pszKey);
 
 /// Writes a key.
-int Write_Key(const char *pszValue, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
-int Write_KeyNumber(int32_t iValue, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+int Write_Key(const char *pszValue, const char *pszKey);
+int Write_KeyNumber(int32_t iValue, const char *pszKey);
 
 /// Answers the text (cut at 511 characters), the number, "true" or "false"; return 0.
 int Answer_Text(ParamContext *ptContext, const char *pszText);
@@ -27,10 +30,10 @@ int Answer_Number(ParamContext *ptContext, int32_t iNumber);
 int Answer_Boolean(ParamContext *ptContext, bool bValue);
 
 /// Answers the text of a key, without conversion.
-int Answer_Key(ParamContext *ptContext, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+int Answer_Key(ParamContext *ptContext, const char *pszKey);
 
 /// Answers "true" when a key of at most three characters is exactly "1", else "false".
-int Answer_BooleanKey(ParamContext *ptContext, const char *pszKeyFormat, ...) __attribute__((format(printf, 2, 3)));
+int Answer_BooleanKey(ParamContext *ptContext, const char *pszKey);
 
 /// Answers a heap text of the side files and frees it. -1 when there is none or it has 512 characters or more.
 int Answer_StoredText(ParamContext *ptContext, char *pszStored);

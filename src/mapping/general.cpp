@@ -20,8 +20,8 @@
 
 static constexpr int32_t ZONE_UNITS_PER_HOUR = 40;
 static constexpr int32_t ZONE_UNITS_PER_QUARTER = 10;
-static constexpr int32_t SECONDS_PER_HOUR = 3600;
-static constexpr int32_t SECONDS_PER_QUARTER = 900;
+static constexpr int64_t SECONDS_PER_HOUR = 3600;
+static constexpr int64_t SECONDS_PER_QUARTER = 900;
 
 static int Read_ZoneIndex(int32_t *piIndex)
 {
@@ -39,7 +39,7 @@ int Get_UTCDateTime_MappingRoutine(ParamContext *ptContext)
     if (Read_ZoneIndex(&iZoneIndex) != 0)
         return -1;
     // Whole hours only and no daylight saving, unlike the write; the fraction is a fixed text. All settled.
-    const time_t tUTC = tNow - SECONDS_PER_HOUR * (iZoneIndex / ZONE_UNITS_PER_HOUR);
+    const time_t tUTC = static_cast<time_t>(tNow - SECONDS_PER_HOUR * (iZoneIndex / ZONE_UNITS_PER_HOUR));
     struct tm tParts = {};
     if (gmtime_r(&tUTC, &tParts) == nullptr)
         return -1;
@@ -70,8 +70,7 @@ int Set_UTCDateTime_MappingRoutine(ParamContext *ptContext)
     tParts.tm_min = Two_Digits(ptContext, 14);
     tParts.tm_sec = Two_Digits(ptContext, 17);
     const time_t tStandard = mktime(&tParts);
-    const int64_t lLocal =
-        static_cast<int64_t>(tStandard) + SECONDS_PER_QUARTER * (iZoneIndex / ZONE_UNITS_PER_QUARTER);
+    const int64_t lLocal = tStandard + SECONDS_PER_QUARTER * (iZoneIndex / ZONE_UNITS_PER_QUARTER);
     // The camera's clock has 32 bits: it must not be set to what a time beyond them wraps to.
     const time_t tLocal = static_cast<time_t>(lLocal);
     if (tStandard == -1 || lLocal > INT32_MAX || localtime_r(&tLocal, &tParts) == nullptr)

@@ -1,5 +1,6 @@
 #include "mapping/motion.h"
 
+#include "common/decimal.h"
 #include "common/int32.h"
 #include "mapping/camera_key.h"
 #include "mapping/mapping_routines.h"
@@ -18,10 +19,16 @@ struct MotionRectangle {
     double dP1, dP2, dP3, dP4;
 };
 
+/// Reads up to four numbers separated by commas; what does not fit that form ends it, and the rest stays 0.
 static MotionRectangle Parse_Rectangle(const char *pszText)
 {
     MotionRectangle t = {};
-    sscanf(pszText, "%lf,%lf,%lf,%lf", &t.dP1, &t.dP2, &t.dP3, &t.dP4);
+    double *const apdNumber[] = {&t.dP1, &t.dP2, &t.dP3, &t.dP4};
+    for (double *pdNumber : apdNumber) {
+        pszText = Decimal_FromText(pszText, pdNumber);
+        if (pszText == nullptr || *pszText++ != ',')
+            break;
+    }
     return t;
 }
 
@@ -70,7 +77,8 @@ int Check_Motion_Position_Routine(ParamContext *ptContext)
 
 int Set_Motion_Position_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "motion_c%d_win_i%d_polygonstd", ptContext->iIndex1, ptContext->iIndex2);
+    return Write_Key(ptContext->szValue,
+                     Make_Key("motion_c%d_win_i%d_polygonstd", ptContext->iIndex1, ptContext->iIndex2).szKey);
 }
 
 int Get_Motion_Position_MappingRoutine(ParamContext *ptContext)
@@ -95,7 +103,8 @@ int Set_MotionOn_Threshold(const char *pszValue, int32_t iChannel, int32_t iWind
     free(pszWindow);
     const int32_t iThreshold = Int32_FromText(pszValue);
     Set_MotionROI_Threshold_to_QuorvexXMLFile(iChannel, iWindow, iThreshold);
-    return Write_KeyNumber(Object_Size(tRectangle, iThreshold), "motion_c%d_win_i%d_objsize", iChannel, iWindow);
+    return Write_KeyNumber(Object_Size(tRectangle, iThreshold),
+                           Make_Key("motion_c%d_win_i%d_objsize", iChannel, iWindow).szKey);
 }
 
 int Get_MotionOnThreshold(ParamContext *ptContext)
@@ -127,12 +136,12 @@ int Get_MotionOffThreshold_MappingRoutine(ParamContext *ptContext) { return Get_
 
 int Set_Sensitivity(const char *pszValue, int32_t /*iWindow*/, int32_t iChannel)
 {
-    return Write_Key(pszValue, "motion_c%d_win_sensitivity", iChannel);
+    return Write_Key(pszValue, Make_Key("motion_c%d_win_sensitivity", iChannel).szKey);
 }
 
 int Get_MotionSensitivity(char *pszValue, size_t uSize, int32_t iChannel)
 {
-    return Read_Key(pszValue, uSize, "motion_c%d_win_sensitivity", iChannel);
+    return Read_Key(pszValue, uSize, Make_Key("motion_c%d_win_sensitivity", iChannel).szKey);
 }
 
 int Set_Sensitivity_MappingRoutine(ParamContext *ptContext)
@@ -154,13 +163,14 @@ int Set_Motion_Enable_MappingRoutine(ParamContext *ptContext)
         ptContext->iMotionEnableOn = 1;
     ptContext->iMotionEnableChannel = ptContext->iIndex1;
     ptContext->iMotionEnablePending = 1;
-    return Write_Key(ptContext->szValue, "motion_c%d_win_i%d_enable", ptContext->iIndex1, ptContext->iIndex2);
+    return Write_Key(ptContext->szValue,
+                     Make_Key("motion_c%d_win_i%d_enable", ptContext->iIndex1, ptContext->iIndex2).szKey);
 }
 
 int Get_Motion_Enable(char *pszValue, size_t uSize, int32_t iWindow, int32_t iChannel)
 {
     char szEnable[2] = "";
-    if (Read_Key(szEnable, sizeof szEnable, "motion_c%d_win_i%d_enable", iChannel, iWindow) != 0)
+    if (Read_Key(szEnable, sizeof szEnable, Make_Key("motion_c%d_win_i%d_enable", iChannel, iWindow).szKey) != 0)
         return -1;
     snprintf(pszValue, uSize, "%s", strcmp(szEnable, "1") == 0 ? "true" : "false");
     return 0;
@@ -173,7 +183,8 @@ int Get_Motion_Enable_MappingRoutine(ParamContext *ptContext)
 
 int Set_Motion_Capability(ParamContext *ptContext)
 {
-    Write_Key(ptContext->iMotionEnableOn == 1 ? "1" : "0", "motion_c%d_enable", ptContext->iMotionEnableChannel);
+    Write_Key(ptContext->iMotionEnableOn == 1 ? "1" : "0",
+              Make_Key("motion_c%d_enable", ptContext->iMotionEnableChannel).szKey);
     ptContext->iMotionEnablePending = 0;
     return 0;
 }

@@ -193,12 +193,12 @@ int Check_Do_State_Value_Routine(ParamContext *ptContext)
 
 int Set_DO_State_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "do_i%d_normalstate", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("do_i%d_normalstate", ptContext->iIndex1).szKey);
 }
 
 int Get_DO_State_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, "do_i%d_normalstate", ptContext->iIndex1);
+    return Answer_Key(ptContext, Make_Key("do_i%d_normalstate", ptContext->iIndex1).szKey);
 }
 
 // Analytics.

@@ -57,7 +57,8 @@ static int Fill_StreamTable(ParamContext *ptContext, int32_t iChannels, int32_t 
     for (int32_t iChannel = 0; iChannel < iChannels; ++iChannel) {
         for (int32_t iStream = 0; iStream < iStreams; ++iStream) {
             char szCodecType[10] = "";
-            if (Read_KeyOrLog(szCodecType, sizeof szCodecType, "videoin_c%d_s%d_codectype", iChannel, iStream) != 0)
+            if (Read_KeyOrLog(szCodecType, sizeof szCodecType,
+                              Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream).szKey) != 0)
                 return -1;
             if (iChannel < VIDEO_CHANNEL_MAX)
                 Add_Stream(&ptContext->atVideoInStream[iChannel], iStream, szCodecType);
@@ -147,8 +148,9 @@ int Answer_AccessName(ParamContext *ptContext, int32_t iStream, const char *pszR
     if (Read_KeyOrLog(szCount, sizeof szCount, "capability_nmediastream") != 0)
         return -1;
     const int32_t iName = Int32_Add(iStream, Int32_Multiply(ptContext->iIndex1, Int32_FromText(szCount)));
-    if (Answer_Key(ptContext, "network_rtsp_s%d_accessname", iName) == 0)
+    if (Answer_Key(ptContext, Make_Key("network_rtsp_s%d_accessname", iName).szKey) == 0)
         return 0;
+    ptContext->szValue[0] = '\0';
     syslog(LOG_INFO, "%s: %s: unable to get network_rtsp_s%d_accessname\n", LOG_IDENTITY, pszRoutine, iName);
     return 1;
 }
@@ -184,14 +186,17 @@ int FindMinNbrInList(char *pszList, const char *pszDelimiters, int32_t *piMinimu
 /// Reads "videoin_c%d_s%d_<codec>_<item>" of the current stream; a failure is logged.
 static int Read_StreamKey(const ParamContext *ptContext, char *pszText, size_t uSize, const char *pszItem)
 {
-    return Read_KeyOrLog(pszText, uSize, "videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum,
-                         ptContext->szCodec, pszItem);
+    return Read_KeyOrLog(
+        pszText, uSize,
+        Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, pszItem)
+            .szKey);
 }
 
-static int Write_StreamKey(ParamContext *ptContext, const char *pszValue, const char *pszItem)
+static int Write_StreamKey(const ParamContext *ptContext, const char *pszValue, const char *pszItem)
 {
-    return Write_Key(pszValue, "videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec,
-                     pszItem);
+    return Write_Key(pszValue, Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum,
+                                        ptContext->szCodec, pszItem)
+                                   .szKey);
 }
 
 /// Answers or writes a stream key as it is.
@@ -210,8 +215,8 @@ static int Write_StreamValue(ParamContext *ptContext, const char *pszItem)
 int Get_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
-    Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue, "videoin_c%d_s%d_resolution", ptContext->iIndex1,
-                  ptContext->iStreamNum);
+    Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue,
+                  Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum).szKey);
     return 0;
 }
 
@@ -221,7 +226,7 @@ int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
     Get_VideoInput_StreamNum(ptContext);
     char szList[STORED_SIZE] = "";
     if (Read_Key(szList, sizeof szList, "capability_videoin_resolution") != 0 &&
-        Read_Key(szList, sizeof szList, "capability_videoin_c%d_resolution", ptContext->iIndex1) != 0)
+        Read_Key(szList, sizeof szList, Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1).szKey) != 0)
         return -1;
     if (strstr(szList, ptContext->szValue) == nullptr)
         return -1;
@@ -234,21 +239,23 @@ int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 int Set_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
-    return Write_Key(ptContext->szValue, "videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum);
+    return Write_Key(ptContext->szValue,
+                     Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum).szKey);
 }
 
 int Get_VideoInput_Capability_Resolution_List_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     char szMode[4] = "";
-    if (Read_KeyOrLog(szMode, sizeof szMode, "capability_videoin_c%d_mode", ptContext->iIndex1) != 0)
+    if (Read_KeyOrLog(szMode, sizeof szMode, Make_Key("capability_videoin_c%d_mode", ptContext->iIndex1).szKey) != 0)
         return -1;
     // The key counts streams as the platform does, per codec, not as the camera does.
-    if (Answer_Key(ptContext, "capability_videoin_c%d_mode%s_defaultsetting_s%d_resolutionlist", ptContext->iIndex1,
-                   szMode, ptContext->iIndex2) == 0)
+    if (Answer_Key(ptContext, Make_Key("capability_videoin_c%d_mode%s_defaultsetting_s%d_resolutionlist",
+                                       ptContext->iIndex1, szMode, ptContext->iIndex2)
+                                  .szKey) == 0)
         return 0;
-    return Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue, "capability_videoin_c%d_resolution",
-                         ptContext->iIndex1);
+    return Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue,
+                         Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext) { return Answer_StreamKey(ptContext, "maxframe"); }
@@ -277,9 +284,11 @@ int Get_VideoInput_FrameRate_List_MappingRoutine(ParamContext *ptContext)
     Get_VideoInput_StreamNum(ptContext);
     int32_t iMaximum = DEFAULT_MAXIMUM;
     char szList[64] = "";
-    if ((Read_Key(szList, sizeof szList, "capability_videoin_%s_maxframerate", ptContext->szCodec) == 0 ||
-         Read_Key(szList, sizeof szList, "capability_videoin_c%d_%s_maxframerate", ptContext->iIndex1,
-                  ptContext->szCodec) == 0) &&
+    if ((Read_Key(szList, sizeof szList, Make_Key("capability_videoin_%s_maxframerate", ptContext->szCodec).szKey) ==
+             0 ||
+         Read_Key(szList, sizeof szList,
+                  Make_Key("capability_videoin_c%d_%s_maxframerate", ptContext->iIndex1, ptContext->szCodec).szKey) ==
+             0) &&
         FindMinNbrInList(szList, ",", &iMaximum) != 0)
         return -1;
     Answer_CountTo(ptContext, iMaximum);
@@ -312,8 +321,10 @@ int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
     else if (strstr(szMode, "vbr") != nullptr)
         pszItem = "maxvbrbitrate";
     char szBitRate[sizeof ptContext->szValue] = "";
-    if (Read_Key(szBitRate, sizeof szBitRate, "videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum,
-                 ptContext->szCodec, pszItem) != 0)
+    if (Read_Key(
+            szBitRate, sizeof szBitRate,
+            Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, pszItem)
+                .szKey) != 0)
         syslog(LOG_INFO, "unable to get %s's bitrate\n", ptContext->szCodec);
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
@@ -470,11 +481,11 @@ static int Check_KeptPercent(ParamContext *ptContext, int (*pfnKeep)(int32_t iCh
     return 0;
 }
 
-/// The camera takes the percentage only while the plain value stands at 100.
+/// The plain value goes first, and only the percentage decides.
 static int Write_Percent(ParamContext *ptContext, const char *pszItem)
 {
-    Write_Key("100", "image_c%d_%s", ptContext->iIndex1, pszItem);
-    return Write_Key(ptContext->szValue, "image_c%d_%spercent", ptContext->iIndex1, pszItem);
+    Write_Key("100", Make_Key("image_c%d_%s", ptContext->iIndex1, pszItem).szKey);
+    return Write_Key(ptContext->szValue, Make_Key("image_c%d_%spercent", ptContext->iIndex1, pszItem).szKey);
 }
 
 int Check_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
@@ -511,14 +522,14 @@ int Set_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
     const int32_t iChannel = ptContext->iIndex1;
     const int32_t iSaturation = Int32_FromText(ptContext->szValue);
     char szPercent[8] = "";
-    if (Read_Key(szPercent, sizeof szPercent, "image_c%d_saturationpercent", iChannel) != 0) {
+    if (Read_Key(szPercent, sizeof szPercent, Make_Key("image_c%d_saturationpercent", iChannel).szKey) != 0) {
         // A camera without the percent key knows -5 to 5.
         Set_VideoSaturation_to_QuorvexXMLFile(iChannel, iSaturation);
-        return Write_KeyNumber((iSaturation - 50) / 10, "image_c%d_saturation", iChannel);
+        return Write_KeyNumber((iSaturation - 50) / 10, Make_Key("image_c%d_saturation", iChannel).szKey);
     }
-    Write_Key(ptContext->szValue, "image_c%d_saturationpercent", iChannel);
+    Write_Key(ptContext->szValue, Make_Key("image_c%d_saturationpercent", iChannel).szKey);
     Set_VideoSaturation_to_QuorvexXMLFile(iChannel, iSaturation);
-    return Write_Key("100", "image_c%d_saturation", iChannel);
+    return Write_Key("100", Make_Key("image_c%d_saturation", iChannel).szKey);
 }
 
 int Get_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
@@ -538,12 +549,12 @@ int Check_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 
 int Set_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "videoin_c%d_rotate", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("videoin_c%d_rotate", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, "videoin_c%d_rotate", ptContext->iIndex1);
+    return Answer_Key(ptContext, Make_Key("videoin_c%d_rotate", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_Capabilities_Rotation_MappingRoutine(ParamContext *ptContext)
@@ -561,12 +572,12 @@ int Check_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext) {
 
 int Set_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "tampering_c%d_enable", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("tampering_c%d_enable", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
 {
-    const int iResult = Answer_BooleanKey(ptContext, "tampering_c%d_enable", ptContext->iIndex1);
+    const int iResult = Answer_BooleanKey(ptContext, Make_Key("tampering_c%d_enable", ptContext->iIndex1).szKey);
     if (iResult != 0)
         syslog(LOG_INFO, "%s - %s: tampering_c%d_enable fail", LOG_IDENTITY, __func__, ptContext->iIndex1);
     return iResult;
@@ -579,12 +590,12 @@ int Check_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptCo
 
 int Set_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, "tampering_c%d_duration", ptContext->iIndex1);
+    return Write_Key(ptContext->szValue, Make_Key("tampering_c%d_duration", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, "tampering_c%d_duration", ptContext->iIndex1);
+    return Answer_Key(ptContext, Make_Key("tampering_c%d_duration", ptContext->iIndex1).szKey);
 }
 
 int Get_VideoInput_Capabilities_Tampering_MappingRoutine(ParamContext *ptContext)

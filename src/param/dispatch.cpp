@@ -8,12 +8,6 @@
 static constexpr int TEMPLATE_MAX_LENGTH = 255;
 static constexpr int INDEX_MAX_COUNT = 2;
 
-/// Where a name parted from a template. The place in the name is the last character that had a say, or PAST_ANY_NAME
-/// when the cut at the template's length had one, too.
-struct TemplateMiss {
-    int iTemplate;
-    int iName;
-};
 static constexpr int PAST_ANY_NAME = TEMPLATE_MAX_LENGTH + 1;
 
 /// Reads a 32-bit number as printf writes it. Stores the number and returns its length; 0 when it is none. *piLooked is
@@ -64,41 +58,33 @@ static bool Match_Template(const char *pszTemplate, const char *pszName, int iLe
     return iRead == iIndexCount && (iName == iLength || pszName[iName] == '\0');
 }
 
-static void Store_Indexes(ParamContext *ptContext, const int32_t *aiNumber, int iIndexCount)
+int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
+                          ParamContext *ptContext, TemplateMiss *ptMiss)
 {
+    *ptMiss = {0, PAST_ANY_NAME};
+    int32_t aiNumber[INDEX_MAX_COUNT] = {};
+    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
+        !Match_Template(pszTemplate, pszName, iLength, iIndexCount, aiNumber, ptMiss))
+        return -1;
     if (iIndexCount >= 1)
         ptContext->iIndex1 = Int32_Add(aiNumber[0], -1);
     if (iIndexCount >= 2)
         ptContext->iIndex2 = Int32_Add(aiNumber[1], -1);
-}
-
-int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                          ParamContext *ptContext)
-{
-    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT)
-        return -1;
-    int32_t aiNumber[INDEX_MAX_COUNT] = {};
-    TemplateMiss tMiss = {};
-    if (!Match_Template(pszTemplate, pszName, iLength, iIndexCount, aiNumber, &tMiss))
-        return -1;
-    Store_Indexes(ptContext, aiNumber, iIndexCount);
     return 0;
 }
 
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
 {
-    int32_t aiNumber[INDEX_MAX_COUNT] = {};
     TemplateMiss tMiss = {};
-    for (int iEntry = 0; iEntry < PARAM_ENTRY_COUNT; ++iEntry) {
-        const DispatchHint tHint = g_tDispatchHint[static_cast<size_t>(iEntry)];
+    for (size_t uEntry = 0; uEntry < g_tDispatchHint.size(); ++uEntry) {
+        const DispatchHint tHint = g_tDispatchHint[uEntry];
         // An entry that is like its neighbour up to where the name parted from that one parts from it there, too.
         if (tHint.byShared > tMiss.iTemplate && tHint.byLength > tMiss.iName)
             continue;
-        const DispatchEntry *ptEntry = &g_tDispatchTable[iEntry];
-        if (Match_Template(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, aiNumber, &tMiss)) {
-            Store_Indexes(ptContext, aiNumber, ptEntry->iIndexCount);
+        const DispatchEntry *ptEntry = &g_tDispatchTable[uEntry];
+        if (QuorvexDispatchParser(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, ptContext, &tMiss) ==
+            0)
             return ptEntry;
-        }
     }
     return nullptr;
 }

@@ -34,12 +34,19 @@ struct DispatchHint {
 };
 extern const std::array<DispatchHint, PARAM_ENTRY_COUNT> g_tDispatchHint;
 
+/// Where a name parted from a template. The place in the name is the last character that had a say, or PAST_ANY_NAME
+/// when the cut at the template's length had one, too.
+struct TemplateMiss {
+    int iTemplate;
+    int iName;
+};
+
 /// 0 when a request name matches a template, which has iLength characters and iIndexCount "%d"; the indexes minus 1 are
-/// then in iIndex1 and iIndex2. Only the first iLength characters of the request name count, so a name that runs on
-/// still matches. Numbers must be written as printf writes them (no blank, no plus sign, no leading zero) and fit 32
-/// bits; they are not range-checked.
+/// then in iIndex1 and iIndex2. Otherwise -1, and *ptMiss tells where they part. Only the first iLength characters of
+/// the request name count, so a name that runs on still matches. Numbers must be written as printf writes them (no
+/// blank, no plus sign, no leading zero) and fit 32 bits; they are not range-checked.
 int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                          ParamContext *ptContext);
+                          ParamContext *ptContext, TemplateMiss *ptMiss);
 
 /// The first entry of g_tDispatchTable that QuorvexDispatchParser matches with a name, or null.
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext);

@@ -9,8 +9,8 @@ namespace {
 constexpr ParamAccess R = ACCESS_READ_ONLY;
 constexpr ParamAccess RW = ACCESS_READ_WRITE;
 
-// Names of records and routines are spelled as the camera's other programs know them, slips included.
-// Columns: check, set, get. One line a record.
+// Columns: check, set, get. One line a record. The spellings of the names, slips included, are kept on purpose: the
+// system's documents use them.
 // clang-format off
 constexpr DispatchRecord g_tGeneral_FirmwareVersion_Dispatch = {nullptr, nullptr, Get_FirmwareVersion_MappingRoutine};
 constexpr DispatchRecord g_tGeneral_ProtocolVersion_Dispatch = {nullptr, nullptr, Get_ProtocolVersion_MappingRoutine};

@@ -132,8 +132,9 @@ TEST(Dispatch, EveryEntryIsFoundByItsOwnNameAndCanBeServed)
 TEST(Dispatch, RefusesTemplatesThatItCannotHold)
 {
     ParamContext tContext = {};
+    TemplateMiss tMiss = {};
     const std::string strLong(256, 'a');
-    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str(), strLong.c_str(), 256, 0, &tContext), -1);
-    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str() + 1, strLong.c_str(), 255, 0, &tContext), 0);
-    EXPECT_EQ(QuorvexDispatchParser("a", "a", 1, 3, &tContext), -1);
+    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str(), strLong.c_str(), 256, 0, &tContext, &tMiss), -1);
+    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str() + 1, strLong.c_str(), 255, 0, &tContext, &tMiss), 0);
+    EXPECT_EQ(QuorvexDispatchParser("a", "a", 1, 3, &tContext, &tMiss), -1);
 }

@@ -1,5 +1,6 @@
 // Numbers, texts and the arithmetic of the mapping routines.
 #include "common/debug_log.h"
+#include "common/decimal.h"
 #include "common/int32.h"
 #include "common/string_util.h"
 #include "conflib/cdf_range.h"
@@ -41,7 +42,7 @@ std::string Position(const char *pszText, size_t uSize = 512)
 
 std::string g_strHooked;
 
-int Hook(const char *pszFormat, va_list tArguments)
+__attribute__((format(printf, 1, 0))) int Hook(const char *pszFormat, va_list tArguments)
 {
     char szText[64];
     vsnprintf(szText, sizeof szText, pszFormat, tArguments);
@@ -74,6 +75,32 @@ TEST(Int32, ConvertsAndWraps)
     EXPECT_EQ(Int32_FromDouble(-std::numeric_limits<double>::infinity()), INT32_MIN);
     EXPECT_EQ(Int32_Multiply(3000000, 1000), -1294967296);
     EXPECT_EQ(Int32_Add(INT32_MIN, -1), INT32_MAX);
+}
+
+TEST(Decimal, ReadsWhatTheHostReads)
+{
+    const char *const TEXTS[] = {
+        "0.1",      "-.5e1x",     "+12.",  " \t7",        "0.211", "999999999999999e-22", "1e-5,2", "1e",
+        "1e+",      "00.0001000", "1.2.3", "0e999999999", "1e400", "9007199254740993",    "1e-400", "-INFx",
+        "infinity", "infinit"};
+    for (const char *pszText : TEXTS) {
+        double dNumber = 0;
+        char *pszEnd = nullptr;
+        const double dExpected = strtod(pszText, &pszEnd);
+        EXPECT_EQ(Decimal_FromText(pszText, &dNumber), pszEnd) << pszText;
+        EXPECT_EQ(dNumber, dExpected) << pszText;
+    }
+    for (const char *pszText : {"", "-", ".", "e5", "na", "+-1", "-x"}) {
+        double dNumber = 5;
+        EXPECT_EQ(Decimal_FromText(pszText, &dNumber), nullptr) << pszText;
+        EXPECT_EQ(dNumber, 5) << pszText;
+    }
+    // Long numbers keep the size that their digits mean, and never overflow.
+    double dNumber = 0;
+    Decimal_FromText(("0." + std::string(5000, '0') + "1e5001").c_str(), &dNumber);
+    EXPECT_EQ(dNumber, 0);
+    Decimal_FromText((std::string(300, '9') + "e-300").c_str(), &dNumber);
+    EXPECT_NEAR(dNumber, 1, 1e-15);
 }
 
 TEST(EscapeDecode, DecodesWholeSequencesOnly)
@@ -226,7 +253,7 @@ extern "C" unsigned int sleep(unsigned int uSeconds)
     return 0;
 }
 
-extern "C" void syslog(int iPriority, const char *pszFormat, ...)
+extern "C" __attribute__((format(printf, 2, 3))) void syslog(int iPriority, const char *pszFormat, ...)
 {
     va_list tArguments;
     va_start(tArguments, pszFormat);
