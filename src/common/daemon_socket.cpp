@@ -6,13 +6,15 @@
 #include <sys/time.h>
 #include <sys/un.h>
 
+static struct timeval g_tPatience = {SOCKET_PATIENCE_SECONDS, 0};
+
 void Socket_LimitWait(int iSocket)
 {
-    struct timeval tPatience = {};
-    tPatience.tv_sec = SOCKET_PATIENCE_SECONDS;
-    setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &tPatience, sizeof tPatience);
-    setsockopt(iSocket, SOL_SOCKET, SO_RCVTIMEO, &tPatience, sizeof tPatience);
+    setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &g_tPatience, sizeof g_tPatience);
+    setsockopt(iSocket, SOL_SOCKET, SO_RCVTIMEO, &g_tPatience, sizeof g_tPatience);
 }
+
+void Socket_LosePatience() { g_tPatience.tv_sec = 1; }
 
 int UnixSocket_Connect(int iSocket, const char *pszPath)
 {

@@ -2,9 +2,12 @@
 
 #include <stdlib.h>
 
-int32_t Int32_FromText(const char *pszText)
+int32_t Int32_FromText(const char *pszText, const char **ppszEnd)
 {
-    const long lNumber = strtol(pszText, nullptr, 10);
+    char *pszEnd = nullptr;
+    const long lNumber = strtol(pszText, &pszEnd, 10);
+    if (ppszEnd != nullptr)
+        *ppszEnd = pszEnd;
     // Where long is wider than the camera's 32 bits, strtol saturates too late.
     if (lNumber > INT32_MAX)
         return INT32_MAX;

@@ -5,7 +5,8 @@
 
 /// The number at the start of a text, as atoi reads it (POSIX): leading white space and a sign are taken, the first
 /// character that is not a digit ends it, no digits at all give 0. Beyond the 32-bit range the result saturates.
-int32_t Int32_FromText(const char *pszText);
+/// *ppszEnd, when asked for, is what follows the number, or the text itself when there is none.
+int32_t Int32_FromText(const char *pszText, const char **ppszEnd = nullptr);
 
 /// Conversion toward zero. Not-a-number gives 0; values beyond the 32-bit range saturate.
 int32_t Int32_FromDouble(double dValue);

@@ -15,13 +15,18 @@ static constexpr AACBitRate g_tAACBitRateMappingTable[] = {
     {16000, 8000}, {32000, 16000}, {48000, 16000}, {64000, 32000}, {-1, 44100},
 };
 
+static constexpr int32_t AUDIO_INPUT_MAX = 64;
+
 static constexpr WordPair INPUT_TYPES[] = {{"mic", "extmic"}, {"internal", "intmic"}};
 
 int Get_Audio_EntityCount_MappingRoutine(ParamContext *ptContext)
 {
-    const int32_t iCount = Read_KeyNumber(8, "capability_naudioin");
-    // The platform counts the inputs before it listens: reading the count unmutes them all.
-    for (int32_t iChannel = 0; iChannel < iCount; ++iChannel)
+    char szCount[8] = "";
+    Read_Key(szCount, sizeof szCount, "capability_naudioin");
+    const int32_t iCount = Int32_FromText(szCount);
+    // The platform counts the inputs before it listens: reading the count unmutes them all. A count that no camera has
+    // must not keep the daemon busy for minutes.
+    for (int32_t iChannel = 0; iChannel < iCount && iChannel < AUDIO_INPUT_MAX; ++iChannel)
         Write_Key("0", Make_Key("audioin_c%d_mute", iChannel).szKey);
     return Answer_Number(ptContext, iCount);
 }

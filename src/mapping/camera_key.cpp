@@ -37,14 +37,6 @@ int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey)
     return iResult;
 }
 
-int32_t Read_KeyNumber(size_t uSize, const char *pszKey)
-{
-    char szText[16] = "";
-    if (uSize > sizeof szText || Read_Key(szText, uSize, pszKey) != 0)
-        return 0;
-    return Int32_FromText(szText);
-}
-
 int Write_Key(const char *pszValue, const char *pszKey) { return Set_Configer(pszKey, pszValue); }
 
 int Write_KeyNumber(int32_t iValue, const char *pszKey)

@@ -2,6 +2,7 @@
 /// rewriting words between the platform's and the camera's vocabulary. All return 0 or -1 unless said otherwise.
 #pragma once
 
+#include "common/int32.h"
 #include "param/param_context.h"
 
 #include <stddef.h>
@@ -17,8 +18,12 @@ CameraKey Make_Key(const char *pszFormat, ...) __attribute__((format(printf, 1, 
 int Read_Key(char *pszText, size_t uSize, const char *pszKey);
 int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey);
 
-/// Reads a key as a number; one that cannot be read in uSize bytes counts as 0.
-int32_t Read_KeyNumber(size_t uSize, const char *pszKey);
+/// Reads a key as a number; one that cannot be read in SIZE bytes counts as 0.
+template <size_t SIZE> int32_t Read_KeyNumber(const char *pszKey)
+{
+    char szText[SIZE] = "";
+    return Read_Key(szText, sizeof szText, pszKey) == 0 ? Int32_FromText(szText) : 0;
+}
 
 /// Writes a key.
 int Write_Key(const char *pszValue, const char *pszKey);

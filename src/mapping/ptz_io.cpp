@@ -6,6 +6,7 @@
 #include "mapping/mapping_routines.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <netinet/in.h>
 #include <stdio.h>
 #include <string.h>
@@ -61,9 +62,9 @@ static bool Is_Supported(PTZRow eRow) { return g_tPTZDispatchTable[eRow].iSuppor
 
 int Quorvex_GetPTZCommand(ParamContext * /*ptContext*/)
 {
-    const PTZCapability tCapability = {Read_KeyNumber(4, "capability_ptzenabled"),
-                                       Read_KeyNumber(2, "capability_camctrl_c0_zoommodule"),
-                                       Read_KeyNumber(2, "capability_camctrl_c0_buildinpt")};
+    const PTZCapability tCapability = {Read_KeyNumber<4>("capability_ptzenabled"),
+                                       Read_KeyNumber<2>("capability_camctrl_c0_zoommodule"),
+                                       Read_KeyNumber<2>("capability_camctrl_c0_buildinpt")};
     const int iType = SupportPTZType(&tCapability);
     if (iType != PTZ_TYPE_FULL && iType != PTZ_TYPE_ZOOM)
         return 0;
@@ -79,19 +80,29 @@ int Quorvex_GetPTZCommand(ParamContext * /*ptContext*/)
     return 0;
 }
 
+/// Reads "major.minor.patch.build"; what does not fit that form ends it, and the rest stays 0.
+static void Parse_Version(const char *pszText, int32_t (&aiPart)[4])
+{
+    for (int32_t &iPart : aiPart) {
+        const char *pszEnd = pszText;
+        iPart = Int32_FromText(pszText, &pszEnd);
+        if (pszEnd == pszText || *pszEnd != '.')
+            return;
+        pszText = pszEnd + 1;
+    }
+}
+
 int CheckSupportPTZPattern()
 {
     char szReply[256] = "";
     QvrxParam_UnixSocketClient(PTZ_SOCKET, "camctrl.cgi?getversion", szReply, sizeof szReply);
-    const char *pcVersion = strchr(szReply, '=');
-    int iMajor = 0;
-    int iMinor = 0;
-    int iPatch = 0;
-    int iBuild = 0;
-    if (pcVersion == nullptr || sscanf(pcVersion + 1, "%d.%d.%d.%d", &iMajor, &iMinor, &iPatch, &iBuild) < 1)
+    const char *pcEqual = strchr(szReply, '=');
+    if (pcEqual == nullptr)
         return -1;
-    // The lower parts count whatever the major is, so 6.0.0.0 has no patterns. Settled.
-    return iMajor > 4 && (iMinor > 0 || iPatch > 0 || iBuild > 18) ? 0 : -1;
+    int32_t aiPart[4] = {};
+    Parse_Version(pcEqual + 1, aiPart);
+    // The lower parts count whatever the major is, so 6.0.0.0 has no patterns: the rule that drivers know.
+    return aiPart[0] > 4 && (aiPart[1] > 0 || aiPart[2] > 0 || aiPart[3] > 18) ? 0 : -1;
 }
 
 static int Connect_Patiently(int iSocket, const char *pszPath)
@@ -101,7 +112,11 @@ static int Connect_Patiently(int iSocket, const char *pszPath)
             syslog(LOG_CRIT, "[%s] Connot connect to PTZCtrl for 10 times", LOG_IDENTITY);
             return -1;
         }
+        // A daemon that let a whole wait run out hangs; trying again would only multiply the wait.
+        const bool bHangs = errno == EAGAIN;
         syslog(LOG_CRIT, "[%s] Connot connect to PTZCtrl", LOG_IDENTITY);
+        if (bHangs)
+            return -1;
         sleep(RETRY_SECONDS);
     }
     return 0;
@@ -178,12 +193,13 @@ int Get_Storage_Device_Capabilities_EntityCount_MappingRoutine(ParamContext *ptC
 
 int Get_Storage_MappingRoutine(ParamContext *ptContext)
 {
-    const bool bCard = Read_KeyNumber(4, "capability_supportsd") == 1;
-    const bool bSeamless = Read_KeyNumber(4, "capability_localstorage_seamless") > 0;
+    const bool bCard = Read_KeyNumber<4>("capability_supportsd") == 1;
+    const bool bSeamless = Read_KeyNumber<4>("capability_localstorage_seamless") > 0;
     return Answer_Boolean(ptContext, bCard && bSeamless);
 }
 
-// Digital output. A read answers the camera's word, which the platform does not send itself; settled.
+// Digital output. A read answers the camera's word, although a write takes the platform's: drivers expect the
+// difference.
 
 int Check_Do_State_Value_Routine(ParamContext *ptContext)
 {
@@ -242,8 +258,12 @@ int Quorvex_TCPSocketClient(ParamContext *ptContext)
 static int Ask_Analytics(ParamContext *ptContext, const char *pcRequest, size_t uRequestSize, char *pcReply,
                          size_t uReplySize)
 {
+    if (uReplySize == 0)
+        return -1;
     const bool bSent = send(ptContext->iAnalyticsSocket, pcRequest, uRequestSize, 0) >= 0;
     const ssize_t lReceived = bSent ? recv(ptContext->iAnalyticsSocket, pcReply, uReplySize, 0) : -1;
+    if (lReceived < 0 && errno == EAGAIN)
+        Socket_LosePatience();
     Close_Analytics(ptContext);
     if (lReceived < 0) {
         syslog(LOG_CRIT, "%s", bSent ? "TCP Socket revc failed\n" : "TCP Socket send failed\n");
@@ -306,7 +326,7 @@ int Get_CustomEventList_MappingRoutine(ParamContext *ptContext)
     if (Read_Key(szModes, sizeof szModes, "capability_tamperingmode") == 0)
         Append_Events(ptContext, szModes, TAMPERING);
     for (const EventWord &tKey : KEYS)
-        if (Read_KeyNumber(16, tKey.pszWord) == 1)
+        if (Read_KeyNumber<16>(tKey.pszWord) == 1)
             Append_Answer(ptContext, tKey.pszEvent);
 
     char szReply[512] = "";

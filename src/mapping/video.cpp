@@ -230,7 +230,7 @@ int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
         return -1;
     if (strstr(szList, ptContext->szValue) == nullptr)
         return -1;
-    // The order of these tests is settled, although the first one leaves nothing for the last.
+    // The order of these tests is part of the contract, although the first one leaves nothing for the last.
     if (strstr(ptContext->szValue, QCIF) == nullptr || strstr(szList, QCIF) != nullptr)
         return 0;
     return Answer_Text(ptContext, "176x144");
