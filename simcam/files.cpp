@@ -79,11 +79,11 @@ const ElementRow ELEMENTS[] = {
     {5, ONCE, "devicenum", "0"},
 };
 
-// What the writing of a file needs to know, and the names of the values that it wrote.
+// What the writing of the files needs to know.
 struct XmlWriter {
     int counts[REPEAT_COUNT]; // how often an element repeats
     std::string codecs;
-    std::map<std::string, std::string> given; // the values that the model gives, by "side " and the path
+    std::map<std::string, std::string> given; // the values of the model that no file has had yet, by "side " and path
     std::string text;
 };
 

@@ -88,7 +88,6 @@ int main(int argc, char **argv)
         return EXIT_BAD_MODEL;
     }
     Camera camera;
-    camera.model = Create_Model();
     CameraFiles files;
     const std::string error = Prepare_Model(options, &camera.model, &files);
     if (!error.empty()) {

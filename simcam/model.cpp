@@ -11,8 +11,7 @@ namespace {
 using Text = const std::string &;
 
 const int MAX_INCLUDE_DEPTH = 8;
-const char *const FINE = nullptr; // what a directive without a fault returns
-const char HTTP_NOT_FOUND[] = "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n";
+const char *const FINE = nullptr; // what a directive returns that could be carried out
 
 // The index of the key, or the number of keys.
 size_t Find_Key(const Model &model, const std::string &name)
@@ -178,15 +177,6 @@ std::string Load_Lines(const std::string &path, const std::string &origin, int d
 }
 
 } // namespace
-
-Model Create_Model()
-{
-    Model model;
-    model.settings = {{"snapshot base", "0xb6a00000"},          {"snapshot size", "524288"},
-                      {"ptz reply", "version=5.1.0.19"},        {"ptz pidfile", "yes"},
-                      {"analytics capability", HTTP_NOT_FOUND}, {"analytics functions", HTTP_NOT_FOUND}};
-    return model;
-}
 
 std::string Load_Model(const std::string &path, Model *pModel) { return Load_Lines(path, path, 0, pModel); }
 

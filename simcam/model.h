@@ -10,17 +10,17 @@
 //   alias NAME=TARGET           the key is another name of TARGET; a "key" line behind it adds a value it hides
 //   no NAME                     removes the key and every key below it
 //   fail NAME                   a set of this key is answered with 128 bytes, which clients take for a failure
-//   snapshot base=ADDRESS       where the daemon has the segment mapped (default 0xb6a00000)
-//   snapshot size=BYTES         (default 524288)
-//   ptz reply=TEXT              the answer to camctrl.cgi?getversion (default version=5.1.0.19)
-//   ptz pidfile=yes|no          whether the PTZ daemon's pid file is there (default yes)
-//   analytics capability=TEXT   the whole HTTP answer to GET /VCA/Capability (default: not found)
+//   snapshot base=ADDRESS       where the daemon has the segment mapped
+//   snapshot size=BYTES         how large the segment is
+//   ptz reply=TEXT              the answer to camctrl.cgi?getversion
+//   ptz pidfile=yes|no          whether the PTZ daemon's pid file is there
+//   analytics capability=TEXT   the whole HTTP answer to GET /VCA/Capability
 //   analytics functions=TEXT    the same for GET /VCA/Functions
 //   bitrate c0 h264=TEXT        the range text of a channel and codec in the capability definition file
 //   side PATH=VALUE             a value of the settings files, as in image_c0_s0_h264_gop
 //   file PATH=TEXT              the whole content of any file, in place of what would be laid out
 //   nofile PATH                 the file is removed
-//   fault SERVICE FAULT         see faults.cpp
+//   fault SERVICE FAULT         see faults.h
 //
 // The texts of bitrate, side and file are written as they stand, without XML escaping.
 #pragma once
@@ -41,13 +41,19 @@ struct Key {
 
 struct Model {
     std::vector<Key> keys;                                   // in order of first mention, which is that of the snapshot
-    std::map<std::string, std::string> settings;             // the other lines, as in "ptz reply"; "side " and a path
     std::map<std::string, std::optional<std::string>> files; // by path; without a text: removed
     FaultList faults;
-};
 
-// A camera without any keys.
-Model Create_Model();
+    // The other lines: what every camera has, "side " with a path, "fail " with a key.
+    std::map<std::string, std::string> settings = {
+        {"snapshot base", "0xb6a00000"},
+        {"snapshot size", "524288"},
+        {"ptz reply", "version=5.1.0.19"},
+        {"ptz pidfile", "yes"},
+        {"analytics capability", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"},
+        {"analytics functions", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"},
+    };
+};
 
 // Reads a model file, or one more line whose origin ("--change:1") stands in for "FILE:LINE". Both return an empty
 // text, or "FILE:LINE: what is wrong".

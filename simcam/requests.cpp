@@ -77,7 +77,9 @@ std::string Answer_Analytics(const std::string &request, Camera *pCamera)
     const std::string line = request.substr(0, request.find("\r\n"));
     const std::string target = line.substr(0, line.find(' ', line.find(' ') + 1));
     Write_LogLine(*pCamera, "analytics", target + " " + std::to_string(request.size()));
-    return pCamera->model.settings.at(target == "GET /VCA/Capability" ? "analytics capability" : "analytics functions");
+    if (target == "GET /VCA/Capability")
+        return pCamera->model.settings.at("analytics capability");
+    return target == "GET /VCA/Functions" ? pCamera->model.settings.at("analytics functions") : "";
 }
 
 } // namespace

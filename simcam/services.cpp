@@ -16,7 +16,6 @@
 namespace {
 
 const uint16_t ANALYTICS_PORT = 80;
-const int BACKLOG = 64;
 const size_t MAX_REQUEST = 65536; // what is longer is cut and answered all the same
 const long long SPLIT_PAUSE = 20; // milliseconds between the pieces of a split answer
 const int MAX_DRAIN_ROUNDS = 1000;
@@ -26,7 +25,7 @@ const struct {
     int type;
     const char *pszPath;
 } SOCKETS[] = {
-    {SOCK_STREAM, "/tmp/configer"}, {SOCK_STREAM, "/tmp/ptzctrl"}, {SOCK_STREAM, nullptr}, {SOCK_DGRAM, "/dev/log"}};
+    {SOCK_STREAM, nullptr}, {SOCK_STREAM, "/tmp/configer"}, {SOCK_STREAM, "/tmp/ptzctrl"}, {SOCK_DGRAM, "/dev/log"}};
 
 const size_t SOCKET_COUNT = std::size(SOCKETS);
 static_assert(SERVICE_SYSLOG == SOCKET_COUNT - 1, "the socket services come first");
@@ -79,28 +78,22 @@ bool Bind_AnalyticsPort(int listener)
            bind(listener, reinterpret_cast<struct sockaddr *>(&address), sizeof address) == 0;
 }
 
-void Close_Listener(Service service, Server *pServer)
-{
-    if (pServer->listeners[service] >= 0)
-        close(pServer->listeners[service]);
-    pServer->listeners[service] = -1;
-}
-
 bool Open_Listener(Service service, Server *pServer)
 {
     if (Has_Fault(*pServer, service, "absent"))
         return true;
     const auto &[type, pszPath] = SOCKETS[service];
     const int listener = socket(pszPath != nullptr ? AF_UNIX : AF_INET, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    pServer->listeners[service] = listener;
     const bool isBound = pszPath != nullptr ? Bind_Path(listener, pszPath, Has_Fault(*pServer, service, "denied"))
                                             : Bind_AnalyticsPort(listener);
-    if (!isBound || (type == SOCK_STREAM && listen(listener, BACKLOG) != 0)) {
+    if (!isBound || (type == SOCK_STREAM && listen(listener, SOMAXCONN) != 0)) {
         fprintf(stderr, "simcam: cannot listen on %s: %s\n", pszPath != nullptr ? pszPath : "port 80", strerror(errno));
         return false;
     }
     if (Has_Fault(*pServer, service, "refuse"))
-        Close_Listener(service, pServer); // which leaves a socket file that refuses clients
+        close(listener); // which leaves a socket file that refuses clients
+    else
+        pServer->listeners[service] = listener;
     return true;
 }
 
@@ -131,16 +124,16 @@ void Accept_Connections(Service service, Server *pServer)
 // What the service's fault makes of the true answer.
 std::string Spoil_Answer(const Fault &fault, const std::string &answer)
 {
-    std::string garbage;
-    for (int byte = 0x80; byte <= 0xff; ++byte)
-        garbage += {static_cast<char>(byte), '\0'};
     if (fault.word == "close")
         return "";
     if (fault.word == "bytes")
         return std::string(fault.number, 'x');
-    if (fault.word == "garbage")
-        return garbage;
-    return fault.word == "cut" ? answer.substr(0, fault.number) : answer;
+    if (fault.word == "cut")
+        return answer.substr(0, fault.number);
+    std::string garbage;
+    for (int byte = 0x80; byte <= 0xff; ++byte)
+        garbage += {static_cast<char>(byte), '\0'};
+    return fault.word == "garbage" ? garbage : answer;
 }
 
 void Handle_Request(Connection *pConnection, Server *pServer)
@@ -236,7 +229,7 @@ bool Serve_Round(int stopDescriptor, int timeout, Server *pServer)
     }
     if (descriptors[1 + SERVICE_SYSLOG].revents != 0)
         Drain_SystemLog(*pServer);
-    for (const Service service : {SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_ANALYTICS}) {
+    for (const Service service : {SERVICE_ANALYTICS, SERVICE_CONFIGER, SERVICE_PTZ}) {
         if (descriptors[1U + service].revents != 0)
             Accept_Connections(service, pServer);
     }
@@ -266,7 +259,7 @@ bool Run_Services(int stopDescriptor, Camera *pCamera)
     Server server = {pCamera, {-1, -1, -1, -1}, {}};
     Remove_SocketFiles();
     bool isOpen = true;
-    for (const Service service : {SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_ANALYTICS, SERVICE_SYSLOG})
+    for (const Service service : {SERVICE_ANALYTICS, SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_SYSLOG})
         isOpen = isOpen && Open_Listener(service, &server);
     if (isOpen) {
         fputs("simcam: ready\n", stderr);
@@ -274,10 +267,6 @@ bool Run_Services(int stopDescriptor, Camera *pCamera)
             continue;
         Drain_Services(&server);
     }
-    for (const Connection &connection : server.connections)
-        close(connection.socket);
-    for (const Service service : {SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_ANALYTICS, SERVICE_SYSLOG})
-        Close_Listener(service, &server);
-    Remove_SocketFiles();
+    Remove_SocketFiles(); // the sockets themselves end with the process
     return isOpen;
 }

@@ -71,8 +71,6 @@ uint32_t Get_Address(const Model &model, size_t node)
     return Get_Number(model, "snapshot base") + HEADER_SIZE + static_cast<uint32_t>(node * WORD_COUNT * 4);
 }
 
-uint32_t Get_End(const Model &model) { return Get_Number(model, "snapshot base") + Get_Number(model, "snapshot size"); }
-
 void Link_Nodes(const Model &model, Tree *pTree)
 {
     for (size_t node = 0; node < pTree->size(); ++node) {
@@ -95,14 +93,15 @@ void Place_Strings(const Model &model, RecordWord word, bool isTerminated, Tree 
         node.words[word] = start + static_cast<uint32_t>(pStrings->size());
         *pStrings += (word == WORD_NAME ? node.name : node.text) + (isTerminated ? '\0' : 'x');
     }
-    const uint32_t room = Get_End(model) - start;
-    if (!isTerminated && pStrings->size() < room)
-        pStrings->resize(room, 'x');
+    const size_t room = Get_Number(model, "snapshot size");
+    const size_t recordsEnd = start - Get_Number(model, "snapshot base");
+    if (!isTerminated && recordsEnd + pStrings->size() < room)
+        pStrings->resize(room - recordsEnd, 'x');
 }
 
 void Spoil_Links(const Model &model, Tree *pTree)
 {
-    const uint32_t end = Get_End(model);
+    const uint32_t end = Get_Number(model, "snapshot base") + Get_Number(model, "snapshot size");
     const uint32_t aAddresses[] = {end, Get_Address(model, 0) - 2 * HEADER_SIZE, end - 4, UINT32_MAX - 15, 1};
     for (const auto &[pszFault, word] : WILD_WORDS) {
         for (size_t node = 0; node < pTree->size() && Has_Fault(model, SERVICE_SNAPSHOT, pszFault); ++node)

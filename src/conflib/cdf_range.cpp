@@ -31,12 +31,12 @@ int QuorvexParseXMLFloatRange(char *pszText, QuorvexFloatRange *ptRange)
 {
     if (pszText == nullptr || ptRange == nullptr)
         return -1;
-    const char *pcComma = strchr(pszText, ',');
-    const char *pcQuote = pcComma != nullptr ? strchr(pcComma, '"') : nullptr;
+    char *pcComma = strchr(pszText, ',');
+    char *pcQuote = pcComma != nullptr ? strchr(pcComma, '"') : nullptr;
     if (pcQuote == nullptr)
         return -1;
-    char *pcLower = pszText + (pcQuote + 1 - pszText);
-    char *pcEnd = strchr(pcLower, '"');
+    const char *pcLower = pcQuote + 1;
+    char *pcEnd = strchr(pcQuote + 1, '"');
     if (pcEnd == nullptr)
         return -1;
     *pcEnd = '\0';
@@ -47,7 +47,7 @@ int QuorvexParseXMLFloatRange(char *pszText, QuorvexFloatRange *ptRange)
         pcLowerEnd = strchr(pcLower, ',');
         pcUpperBefore = strrchr(pcLower, ',');
     }
-    if (pcLowerEnd == nullptr || pcUpperBefore == nullptr)
+    if (pcLowerEnd == nullptr)
         return -1;
     if (Parse_Bound(pcLower, pcLowerEnd, &ptRange->fLower) != 0)
         return -1;

@@ -15,6 +15,7 @@ static constexpr char CONFIGER_PROGRAM[] = "/usr/sbin/configer";
 static constexpr int CONFIGER_PROJECT = 99;
 static constexpr char KEY_SEPARATOR = '_';
 static constexpr time_t SEMAPHORE_PATIENCE_SECONDS = 10;
+static constexpr long SEMAPHORE_IMPATIENCE_NANOSECONDS = 200000000;
 
 static_assert(sizeof(SnapshotNode) == 36, "nine 32-bit words");
 static_assert(sizeof(void *) != 4 || sizeof(SXMLElement) == sizeof(SnapshotNode), "the daemon publishes SXMLElements");
@@ -25,25 +26,8 @@ struct SnapshotHeader {
     uint32_t dwRoot;
 };
 
-/// Finds a walk that comes back to where it was (Brent's method): every place is compared with a mark, which is moved
-/// up after 1, 2, 4, 8 ... steps. An honest chain of any length passes.
-struct LoopGuard {
-    uint32_t dwMark;
-    uint32_t dwSteps;
-    uint32_t dwStride;
-};
-
-static bool Comes_Back(LoopGuard *ptGuard, uint32_t dwPlace)
-{
-    if (dwPlace == ptGuard->dwMark)
-        return true;
-    if (++ptGuard->dwSteps >= ptGuard->dwStride) {
-        ptGuard->dwMark = dwPlace;
-        ptGuard->dwSteps = 0;
-        ptGuard->dwStride = ptGuard->dwStride * 2 + 1;
-    }
-    return false;
-}
+/// How many elements there is room for. An honest walk meets no element twice.
+static uint32_t Element_Room(const SnapshotSegment *ptSegment) { return ptSegment->dwSize / sizeof(SnapshotNode); }
 
 uint32_t MapRealAddr(const SnapshotSegment *ptSegment, uint32_t dwStored) { return dwStored - ptSegment->dwDaemonBase; }
 
@@ -69,16 +53,23 @@ bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode
     return true;
 }
 
-/// The text at a local address, or NULL when it does not lie and end inside the segment.
-static const char *Get_Text(SnapshotSegment *ptSegment, uint32_t dwText)
+/// A text of the segment. The daemon may write while it is looked at, so its length is taken once.
+struct SnapshotText {
+    const char *pc; ///< null: there is none that lies and ends inside the segment
+    size_t uLength;
+};
+
+static SnapshotText Get_Text(SnapshotSegment *ptSegment, uint32_t dwText)
 {
     if (dwText < ptSegment->dwSize) {
-        const char *pszText = ptSegment->pcBase + dwText;
-        if (memchr(pszText, '\0', ptSegment->dwSize - dwText) != nullptr)
-            return pszText;
+        const char *pc = ptSegment->pcBase + dwText;
+        const size_t uRoom = ptSegment->dwSize - dwText;
+        const size_t uLength = strnlen(pc, uRoom);
+        if (uLength < uRoom)
+            return {pc, uLength};
     }
     ptSegment->bDamaged = true;
-    return nullptr;
+    return {nullptr, 0};
 }
 
 /// A walk along one sibling chain.
@@ -86,19 +77,19 @@ struct SiblingWalk {
     uint32_t dwNext;    ///< where the next step goes; set it to the first element
     uint32_t dwElement; ///< where the walk stands
     SnapshotNode tNode; ///< the record there
-    LoopGuard tGuard;
 };
 
-/// Goes to the next element of the chain; false when there is none or the chain is damaged.
+/// Goes to the next element of the chain; false when there is none or the tree is damaged.
 static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
 {
     ptWalk->dwElement = ptWalk->dwNext;
     if (ptWalk->dwElement == SNAPSHOT_NONE || ptSegment->bDamaged)
         return false;
-    if (Comes_Back(&ptWalk->tGuard, ptWalk->dwElement)) {
+    if (ptSegment->dwStepsLeft == 0) {
         ptSegment->bDamaged = true;
         return false;
     }
+    --ptSegment->dwStepsLeft;
     if (!GetRealElement(ptSegment, ptWalk->dwElement, &ptWalk->tNode))
         return false;
     ptWalk->dwNext = ptWalk->tNode.dwNextSibling;
@@ -123,25 +114,31 @@ static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
     return tNode.dwFirstChild;
 }
 
-uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath)
+static uint32_t Find_Element(SnapshotSegment *ptSegment, SnapshotText tXPath)
 {
     SnapshotHeader tHeader;
     memcpy(&tHeader, ptSegment->pcBase, sizeof tHeader);
+    ptSegment->dwStepsLeft = Element_Room(ptSegment);
     uint32_t dwChild = First_Child(ptSegment, MapRealAddr(ptSegment, tHeader.dwRoot));
     for (;;) {
-        const char *pcEnd = strchr(pszXPath, KEY_SEPARATOR);
-        const size_t uLength = pcEnd != nullptr ? static_cast<size_t>(pcEnd - pszXPath) : strlen(pszXPath);
-        SiblingWalk tWalk = {};
-        tWalk.dwNext = dwChild;
+        const void *pEnd = memchr(tXPath.pc, KEY_SEPARATOR, tXPath.uLength);
+        const size_t uName =
+            pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - tXPath.pc) : tXPath.uLength;
+        SiblingWalk tWalk = {dwChild, SNAPSHOT_NONE, {}};
         do {
             if (!Step(ptSegment, &tWalk))
                 return SNAPSHOT_NONE;
-        } while (!Has_Name(ptSegment, &tWalk.tNode, pszXPath, uLength));
-        if (pcEnd == nullptr)
+        } while (!Has_Name(ptSegment, &tWalk.tNode, tXPath.pc, uName));
+        if (pEnd == nullptr)
             return tWalk.dwElement;
         dwChild = tWalk.tNode.dwFirstChild;
-        pszXPath = pcEnd + 1;
+        tXPath = {tXPath.pc + uName + 1, tXPath.uLength - uName - 1};
     }
+}
+
+uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath)
+{
+    return Find_Element(ptSegment, {pszXPath, strlen(pszXPath)});
 }
 
 /// First element of a sibling chain named "value" or "aliasxpath", whichever comes first; its record is in *ptNode.
@@ -149,8 +146,7 @@ static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, 
 {
     static constexpr char VALUE[] = "value";
     static constexpr char ALIAS[] = "aliasxpath";
-    SiblingWalk tWalk = {};
-    tWalk.dwNext = dwFirst;
+    SiblingWalk tWalk = {dwFirst, SNAPSHOT_NONE, {}};
     while (Step(ptSegment, &tWalk)) {
         *pbAlias = Has_Name(ptSegment, &tWalk.tNode, ALIAS, sizeof ALIAS - 1);
         if (*pbAlias || Has_Name(ptSegment, &tWalk.tNode, VALUE, sizeof VALUE - 1)) {
@@ -162,22 +158,25 @@ static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, 
 }
 
 /// Follows a key path, and the aliases behind it, to the "value" element. Returns its text and stores its local
-/// address; NULL when there is none.
-static const char *Find_Value(SnapshotSegment *ptSegment, const char *pszXPath, uint32_t *pdwValue)
+/// address.
+static SnapshotText Find_Value(SnapshotSegment *ptSegment, const char *pszXPath, uint32_t *pdwValue)
 {
-    LoopGuard tGuard = {};
-    for (;;) {
-        const uint32_t dwElement = GetElementByXPath(ptSegment, pszXPath);
-        if (dwElement == SNAPSHOT_NONE || Comes_Back(&tGuard, dwElement))
-            return nullptr;
+    SnapshotText tXPath = {pszXPath, strlen(pszXPath)};
+    // More aliases than elements lead in a circle.
+    for (uint32_t dwHops = 0; dwHops <= Element_Room(ptSegment); ++dwHops) {
+        const uint32_t dwElement = Find_Element(ptSegment, tXPath);
+        if (dwElement == SNAPSHOT_NONE)
+            break;
         SnapshotNode tNode = {};
         bool bAlias = false;
         *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &tNode, &bAlias);
-        const char *pszText = *pdwValue != SNAPSHOT_NONE ? Get_Text(ptSegment, tNode.dwText) : nullptr;
-        if (!bAlias || pszText == nullptr)
-            return pszText;
-        pszXPath = pszText;
+        if (*pdwValue == SNAPSHOT_NONE)
+            break;
+        tXPath = Get_Text(ptSegment, tNode.dwText);
+        if (!bAlias || tXPath.pc == nullptr)
+            return tXPath;
     }
+    return {nullptr, 0};
 }
 
 int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
@@ -186,36 +185,41 @@ int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
     SnapshotNode tValue;
     if (!GetRealElement(ptSegment, dwValue, &tValue) || tValue.dwParent == SNAPSHOT_NONE)
         return 0;
-    SiblingWalk tWalk = {};
-    tWalk.dwNext = First_Child(ptSegment, tValue.dwParent);
+    ptSegment->dwStepsLeft = Element_Room(ptSegment);
+    SiblingWalk tWalk = {First_Child(ptSegment, tValue.dwParent), SNAPSHOT_NONE, {}};
     while (Step(ptSegment, &tWalk))
         if (Has_Name(ptSegment, &tWalk.tNode, GETONCE, sizeof GETONCE - 1))
             return 1;
     return 0;
 }
 
-/// Set while a failed attach has left the semaphore taken: the kernel gives it back when the process ends (SEM_UNDO),
-/// and until then a further take would wait for this very process.
-static bool g_bSemaphoreKept = false;
+/// The semaphore that a failed attach has left taken, or -1. The kernel gives it back when the process ends (SEM_UNDO);
+/// until then a further take would wait for this very process.
+static int g_iKeptSemaphore = -1;
 
 static int Move_Semaphore(int iSemaphore, short nOperation)
 {
-    // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well.
+    // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well. The
+    // later, short ones still outlast what others ordinarily hold it for.
     static struct timespec s_tPatience = {SEMAPHORE_PATIENCE_SECONDS, 0};
     struct sembuf tOperation = {0, nOperation, SEM_UNDO};
     if (semtimedop(iSemaphore, &tOperation, 1, &s_tPatience) != -1)
         return 0;
     if (errno == EAGAIN)
-        s_tPatience.tv_sec = 0;
+        s_tPatience = {0, SEMAPHORE_IMPATIENCE_NANOSECONDS};
     perror("semop");
     return -1;
 }
 
-static int Take_Semaphore(int iSemaphore) { return g_bSemaphoreKept ? 0 : Move_Semaphore(iSemaphore, -1); }
+static int Take_Semaphore(int iSemaphore)
+{
+    return iSemaphore == g_iKeptSemaphore ? 0 : Move_Semaphore(iSemaphore, -1);
+}
 
 static int Give_Semaphore(int iSemaphore)
 {
-    g_bSemaphoreKept = false;
+    if (iSemaphore == g_iKeptSemaphore)
+        g_iKeptSemaphore = -1;
     return Move_Semaphore(iSemaphore, 1);
 }
 
@@ -243,7 +247,7 @@ static int Attach_Segment(key_t tKey, SnapshotSegment *ptSegment)
         printf("shmat attach faile. errno = %d %s\n", errno, strerror(errno));
         return -1;
     }
-    *ptSegment = {static_cast<const char *>(pAddress), Get_SegmentSize(iSegment), 0, false};
+    *ptSegment = {static_cast<const char *>(pAddress), Get_SegmentSize(iSegment), 0, 0, false};
     if (ptSegment->dwSize < sizeof(SnapshotHeader))
         ptSegment->bDamaged = true;
     else
@@ -279,22 +283,21 @@ int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t 
         return -1;
     SnapshotSegment tSegment;
     if (Attach_Segment(tKey, &tSegment) != 0) {
-        g_bSemaphoreKept = true;
+        g_iKeptSemaphore = iSemaphore;
         return -1;
     }
 
     uint32_t dwValue = SNAPSHOT_NONE;
-    const char *pszText = tSegment.bDamaged ? nullptr : Find_Value(&tSegment, pszXPath, &dwValue);
-    bool bAskDaemon = false;
-    if (pszText != nullptr) {
-        strncpy(pszOutput, pszText, uSize);
-        bAskDaemon = pszText[0] == '\0' && IfGetOnce(&tSegment, dwValue) == 1;
-    }
-    if (pszText == nullptr || tSegment.bDamaged) {
+    const SnapshotText tText = tSegment.bDamaged ? SnapshotText{nullptr, 0} : Find_Value(&tSegment, pszXPath, &dwValue);
+    const bool bAskDaemon = tText.pc != nullptr && tText.uLength == 0 && IfGetOnce(&tSegment, dwValue) == 1;
+    if (tText.pc == nullptr || tSegment.bDamaged) {
         Detach_Segment(&tSegment);
         Give_Semaphore(iSemaphore);
         return -1;
     }
+    const size_t uCopied = tText.uLength < uSize ? tText.uLength : uSize;
+    memcpy(pszOutput, tText.pc, uCopied);
+    memset(pszOutput + uCopied, 0, uSize - uCopied);
     if (bAskDaemon) {
         Detach_Segment(&tSegment);
         return Give_Semaphore(iSemaphore) == 0 ? Ask_Daemon(pszXPath, pszOutput, uSize) : -1;
@@ -302,11 +305,8 @@ int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t 
 
     // The length is compared after the semaphore is back: the daemon is not kept waiting for it.
     const bool bGiven = Give_Semaphore(iSemaphore) == 0;
-    const char *pcBehind =
-        bGiven ? static_cast<const char *>(
-                     memchr(pszText, '\0', tSegment.dwSize - static_cast<size_t>(pszText - tSegment.pcBase)))
-               : nullptr;
-    const bool bFits = pcBehind != nullptr && uSize > static_cast<size_t>(pcBehind - pszText);
+    const size_t uRoom = tSegment.dwSize - static_cast<size_t>(tText.pc - tSegment.pcBase);
+    const bool bFits = bGiven && strnlen(tText.pc, uRoom) < (uSize < uRoom ? uSize : uRoom);
     Detach_Segment(&tSegment);
     return bFits ? 0 : -1;
 }

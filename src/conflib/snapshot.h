@@ -7,7 +7,8 @@
 /// that key), "getonce" (an empty value is asked of the daemon over its socket).
 ///
 /// Nothing in the segment is trusted: every address is checked against the segment's size before it is followed, texts
-/// must end inside, and a chain that comes back to itself is given up. A damaged tree is a key that cannot be read.
+/// must end inside, and a walk that meets more elements than the segment has room for is given up. A damaged tree is a
+/// key that cannot be read.
 #pragma once
 
 #include <stddef.h>
@@ -31,7 +32,8 @@ struct SnapshotSegment {
     const char *pcBase;
     uint32_t dwSize;
     uint32_t dwDaemonBase; ///< address of the segment in the daemon's mapping, from its header
-    bool bDamaged;         ///< set when a link, a text or a chain turned out to be unusable
+    uint32_t dwStepsLeft;  ///< elements that the current walk may still meet
+    bool bDamaged;         ///< set when a link, a text or a walk turned out to be unusable
 };
 
 /// Local address of "no element": nothing can stand at the header.

@@ -19,6 +19,8 @@ static constexpr char FILE_FOLDER[] = "/etc/conf.d";
 static constexpr char VIDEO_FILE[] = "/etc/conf.d/config_quorvexVideo.xml";
 static constexpr char MOTION_FILE[] = "/etc/conf.d/config_quorvexMotion.xml";
 static constexpr char SYSTEM_FILE[] = "/etc/conf.d/config_quorvexSystem.xml";
+static constexpr int LOCK_PATIENCE_MILLISECONDS = 12000;
+static constexpr int LOCK_IMPATIENCE_MILLISECONDS = 200;
 static constexpr int32_t GOP_NOT_OFFERED = -1;
 static constexpr size_t CODEC_TAG_SIZE = 10;
 
@@ -51,10 +53,8 @@ struct IndexTag {
 
 static IndexTag Make_Tag(char cLetter, int32_t iIndex)
 {
-    char szName[16];
-    snprintf(szName, sizeof szName, "%c%d", cLetter, iIndex);
-    IndexTag tTag = {};
-    memcpy(tTag.szTag, szName, sizeof tTag.szTag - 1);
+    IndexTag tTag;
+    snprintf(tTag.szTag, sizeof tTag.szTag, "%c%d", cLetter, iIndex);
     return tTag;
 }
 
@@ -63,19 +63,24 @@ static IndexTag Make_Tag(char cLetter, int32_t iIndex)
 static bool g_bInSetter = false;
 
 /// Advisory lock over all three files: on their folder, so that it leaves no file behind. Returns a descriptor to
-/// close, or -1 when the lock cannot be had in time; everything then goes on without it.
+/// close, or -1 when the lock cannot be had in time; everything then goes on without it. A setter may hold it for as
+/// long as it waits for the daemon's semaphore; one such wait per request is enough.
 static int Lock_Files(int iOperation)
 {
-    constexpr int ATTEMPTS = 500;
     constexpr int PAUSE_MILLISECONDS = 10;
+    static int s_iPauses = LOCK_PATIENCE_MILLISECONDS / PAUSE_MILLISECONDS;
     const int iFolder = open(FILE_FOLDER, O_RDONLY | O_DIRECTORY);
     if (iFolder < 0)
         return -1;
-    for (int iAttempt = 0; iAttempt < ATTEMPTS; ++iAttempt) {
+    for (int iPause = 0;; ++iPause) {
         if (flock(iFolder, iOperation | LOCK_NB) == 0)
             return iFolder;
         if (errno != EWOULDBLOCK)
             break;
+        if (iPause >= s_iPauses) {
+            s_iPauses = LOCK_IMPATIENCE_MILLISECONDS / PAUSE_MILLISECONDS;
+            break;
+        }
         poll(nullptr, 0, PAUSE_MILLISECONDS);
     }
     close(iFolder);
@@ -211,14 +216,13 @@ static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iS
     return 0;
 }
 
-static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel)
+static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel, char (&szCodecs)[64])
 {
     if (Take_Number(Get_VideoContrast_from_QuorvexXML(iChannel), &ptChannel->iContrast) != 0 ||
         Take_Number(Get_VideoBrightness_from_QuorvexXML(iChannel), &ptChannel->iBrightness) != 0 ||
         Take_Number(Get_VideoSaturation_from_QuorvexXML(iChannel), &ptChannel->iSaturation) != 0 ||
         Allocate_Table(&ptChannel->pptStream, g_tFileData.iMediaStreamNum) != 0)
         return -1;
-    char szCodecs[64] = "";
     for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
         if (Fill_Stream(ptChannel->pptStream[iStream], iChannel, iStream, szCodecs) != 0)
             return -1;
@@ -247,15 +251,17 @@ static int Read_Counts()
     g_tFileData.iMediaStreamNum = Int32_FromText(szCount);
     Configer_GetParamValueByXPath("capability_nmotion", szCount, COUNT_SIZE);
     g_tFileData.iMotionNum = Int32_FromText(szCount);
-    return 0;
+    // No camera is without channels or streams; files shaped by such counts would lose what they hold.
+    return g_tFileData.iVideoInNum > 0 && g_tFileData.iMediaStreamNum > 0 ? 0 : -1;
 }
 
 int Create_QuorvexXMLFile_DataStructure()
 {
     if (Read_Counts() != 0 || Allocate_Table(&g_tFileData.pptChannel, g_tFileData.iVideoInNum) != 0)
         return -1;
+    char szCodecs[64] = "";
     for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
-        if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel) != 0)
+        if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel, szCodecs) != 0)
             return -1;
     if (Take_Number(Get_NTPInterval_from_QuorvexXML(), &g_tFileData.iNTPInterval) != 0)
         return -1;

@@ -67,7 +67,8 @@ int Set_NTPInterval_from_QuorvexXML(int32_t iValue);
 int Set_StorageDeviceNum_from_QuorvexXML(int32_t iValue);
 
 /// What setters are made of. Create fills the image from capability keys and files (0, or -1 with a part of it filled);
-/// Write puts one file of it out (0, or -1 when the file cannot be opened); Release frees the image and returns 0.
+/// Write, after a Create that returned 0, puts one file of it out (0, or -1 when the file cannot be opened); Release
+/// frees the image and returns 0.
 int Create_QuorvexXMLFile_DataStructure();
 int Release_QuorvexXMLFile_Data();
 int Write_QuorvexVideoConfigFile();
