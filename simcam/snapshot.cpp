@@ -44,7 +44,12 @@ bool Create_Semaphore(const Model &model, key_t key, Snapshot *pSnapshot)
 {
     if (Has_Fault(model, SERVICE_SEMAPHORE, "absent"))
         return true;
-    pSnapshot->semaphoreId = semget(key, 1, IPC_CREAT | 0666);
+    pSnapshot->semaphoreId = semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
+    if (pSnapshot->semaphoreId < 0 && errno == EEXIST) {
+        // A killed simcam has left it. Its value stays: a client may hold it and will give it back.
+        pSnapshot->semaphoreId = semget(key, 1, 0);
+        return pSnapshot->semaphoreId >= 0 || Report_Error("cannot take over the semaphore");
+    }
     return (pSnapshot->semaphoreId >= 0 && semctl(pSnapshot->semaphoreId, 0, SETVAL, Get_InitialValue(model)) == 0) ||
            Report_Error("cannot create the semaphore");
 }

@@ -230,7 +230,8 @@ static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel, char (&
         return -1;
     for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
         XMLFileWindowData *ptWindow = ptChannel->pptWindow[iWindow];
-        if (Take_Window(Get_MotionROI_Window_from_QuorvexXML(iChannel, iWindow), ptWindow->szWindow) != 0 ||
+        if (ptWindow == nullptr ||
+            Take_Window(Get_MotionROI_Window_from_QuorvexXML(iChannel, iWindow), ptWindow->szWindow) != 0 ||
             Take_Number(Get_MotionROI_Threshold_from_QuorvexXML(iChannel, iWindow), &ptWindow->iThreshold) != 0)
             return -1;
     }

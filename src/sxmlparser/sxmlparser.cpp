@@ -6,16 +6,21 @@
 
 static uint32_t LowWord(void *pUserData) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pUserData)); }
 
-uint32_t DummyOpenTag(void *pUserData, const char *, int32_t) { return LowWord(pUserData); }
+uint32_t DummyOpenTag(void *pUserData, const char * /*pszTag*/, int32_t /*iTagLen*/) { return LowWord(pUserData); }
 
-uint32_t DummyCloseTag(void *pUserData, const char *, int32_t) { return LowWord(pUserData); }
+uint32_t DummyCloseTag(void *pUserData, const char * /*pszTag*/, int32_t /*iTagLen*/) { return LowWord(pUserData); }
 
-uint32_t DummyAttributeValue(void *pUserData, const char *, int32_t, const char *, int32_t, const char *, int32_t)
+uint32_t DummyAttributeValue(void *pUserData, const char * /*pszTag*/, int32_t /*iTagLen*/, const char * /*pszName*/,
+                             int32_t /*iNameLen*/, const char * /*pszValue*/, int32_t /*iValueLen*/)
 {
     return LowWord(pUserData);
 }
 
-uint32_t DummyTagValue(void *pUserData, const char *, int32_t, const char *, int32_t) { return LowWord(pUserData); }
+uint32_t DummyTagValue(void *pUserData, const char * /*pszTag*/, int32_t /*iTagLen*/, const char * /*pszValue*/,
+                       int32_t /*iValueLen*/)
+{
+    return LowWord(pUserData);
+}
 
 static void SetCallbacks(SXMLParserContext *pThis, const SXMLParserOptions &tOptions)
 {

@@ -2,8 +2,7 @@
 // A small XML parser for the camera's own files: elements, attributes with quoted values, element text, comments and
 // processing instructions, in one block of memory per document. Names, values and texts are kept as written; entities
 // are never decoded. Order of calls: SXMLParser_Initial, SXMLParser_SetOptions, one or more SXMLParser_Process or
-// SXMLParser_ProcessFile (each tree replaces the one before), queries, SXMLParser_Release. One handle serves one
-// thread.
+// SXMLParser_ProcessFile (each tree replaces the one before), queries, SXMLParser_Release. A handle is for one thread.
 #include <stdint.h>
 
 // What SXMLParser_Process returns besides 0 and -1: the top bit and a number, as a negative int.
@@ -44,7 +43,7 @@ struct SXMLElement {
     SXMLElement *pParent;      // NULL for a top-level element
 };
 
-static_assert(sizeof(void *) != 4 || (sizeof(SXMLElement) == 9 * 4 && sizeof(SXMLAttribute) == 3 * 4),
+static_assert(sizeof(void *) != 4 || (sizeof(SXMLElement) == 36 && sizeof(SXMLAttribute) == 12),
               "on a 32-bit camera an element is nine words and an attribute three");
 
 // Names and texts point into the parsed text and are not terminated. The results are ignored.

@@ -203,7 +203,7 @@ int32_t Tokenize(SXMLParserContext *pThis, const char *pszText, const char *pszT
     return iCode;
 }
 
-const char *SkipEndName(SXMLParserContext *, const char *psz) { return SkipName(psz); }
+const char *SkipEndName(SXMLParserContext * /*pThis*/, const char *psz) { return SkipName(psz); }
 
 // The counting pass.
 
@@ -216,27 +216,27 @@ int32_t Count_StartTag(SXMLParserContext *pThis, Span tTag)
     return 0;
 }
 
-int32_t Count_Attribute(SXMLParserContext *pThis, Span, Span tName, Span tValue)
+int32_t Count_Attribute(SXMLParserContext *pThis, Span /*tTag*/, Span tName, Span tValue)
 {
     pThis->iXMLStrSize += tName.iLen + 1 + tValue.iLen + 1;
     pThis->iXMLAttributeCount++;
     return 0;
 }
 
-int32_t Count_EmptyTag(SXMLParserContext *pThis, Span)
+int32_t Count_EmptyTag(SXMLParserContext *pThis, Span /*tTag*/)
 {
     pThis->iXMLStrSize++;
     pThis->iCurDepth--;
     return 0;
 }
 
-int32_t Count_Text(SXMLParserContext *pThis, Span, Span tText)
+int32_t Count_Text(SXMLParserContext *pThis, Span /*tTag*/, Span tText)
 {
     pThis->iXMLStrSize += tText.iLen + 1;
     return 0;
 }
 
-int32_t Count_EndTag(SXMLParserContext *pThis, Span) { return --pThis->iCurDepth < 0 ? SXML_UNBALANCED : 0; }
+int32_t Count_EndTag(SXMLParserContext *pThis, Span /*tName*/) { return --pThis->iCurDepth < 0 ? SXML_UNBALANCED : 0; }
 
 constexpr TokenSink g_tCountSink = {Count_StartTag, Count_Attribute, Count_EmptyTag,
                                     Count_Text,     SkipEndName,     Count_EndTag};
@@ -245,7 +245,8 @@ constexpr TokenSink g_tCountSink = {Count_StartTag, Count_Attribute, Count_Empty
 
 char g_szNoText[1]; // the text of every element without one
 
-// What the C library's assert prints, for checks that stay in a release build.
+// What the C library's assert prints, for checks that stay in a release build, under the source and function name that
+// the message has always carried.
 [[noreturn]] __attribute__((cold, noinline)) void FailAssertion(const char *pszText, int iLine)
 {
 #if defined(__UCLIBC__) && !defined(__UCLIBC_HAS_PROGRAM_INVOCATION_NAME__)
@@ -296,7 +297,7 @@ int32_t Build_StartTag(SXMLParserContext *pThis, Span tTag)
     return 0;
 }
 
-int32_t Build_Attribute(SXMLParserContext *pThis, Span, Span tName, Span tValue)
+int32_t Build_Attribute(SXMLParserContext *pThis, Span /*tTag*/, Span tName, Span tValue)
 {
     SXMLAttribute *pAttribute = ++pThis->pCurAttribute;
     SXML_ASSERT(pThis->pCurAttribute < pThis->pXMLAttribute + pThis->iXMLAttributeCount + 1);
@@ -315,7 +316,7 @@ SXMLElement *PopElement(SXMLParserContext *pThis)
     return pThis->iCurDepth > 0 ? pThis->pDepthStack[--pThis->iCurDepth] : NULL;
 }
 
-int32_t Build_Text(SXMLParserContext *pThis, Span, Span tText)
+int32_t Build_Text(SXMLParserContext *pThis, Span /*tTag*/, Span tText)
 {
     SXML_ASSERT(pThis->pCurElement);
     pThis->pCurElement->pszValue = StoreString(pThis, tText);
@@ -336,7 +337,10 @@ const char *Build_ReadEndName(SXMLParserContext *pThis, const char *psz)
         }
 }
 
-int32_t Build_EndTag(SXMLParserContext *pThis, Span) { return PopElement(pThis) != NULL ? 0 : SXML_UNBALANCED; }
+int32_t Build_EndTag(SXMLParserContext *pThis, Span /*tName*/)
+{
+    return PopElement(pThis) != NULL ? 0 : SXML_UNBALANCED;
+}
 
 int32_t Build_EmptyTag(SXMLParserContext *pThis, Span tTag)
 {
@@ -416,7 +420,7 @@ int32_t LayOutTree(SXMLParserContext *pThis)
     const uint64_t qwStrings = static_cast<uint64_t>(pThis->iXMLStrSize) + ALIGNMENT - 1;
     const uint64_t qwElements = (static_cast<uint64_t>(pThis->iXMLElementCount) + 1) * sizeof(SXMLElement);
     const uint64_t qwAttributes = (static_cast<uint64_t>(pThis->iXMLAttributeCount) + 1) * sizeof(SXMLAttribute);
-    const uint64_t qwStack = static_cast<uint64_t>(pThis->iMaxDepth) * sizeof(SXMLElement *);
+    const uint64_t qwStack = static_cast<uint64_t>(pThis->iMaxDepth) * sizeof(void *);
     const int32_t iCode = ProvideBlock(pThis, qwStrings + qwElements + qwAttributes + qwStack);
     if (iCode != 0)
         return iCode;

@@ -104,6 +104,9 @@ TEST(SxmlParser, AnswersNothingWithoutATree)
         EXPECT_EQ(Parse(pParser, pszText), 0);
     }
     EXPECT_EQ(SXMLParser_Release(nullptr), -1);
+    SXMLParserContext *pReleased = MakeParser().release();
+    EXPECT_EQ(SXMLParser_Release(&pReleased), 0);
+    EXPECT_EQ(pReleased, nullptr);
 }
 
 TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
@@ -113,6 +116,7 @@ TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
         {"x", {"<a>x</a>", "<a y=''>x</a \t>", "<a >x</>", "<abc>x</ab>", "<_a>x</_a>y", "<a>y<!-->-->x</a>"}},
         {"\n x\t", {"<a>\n x\t</a>"}},
         {"&amp;>]]>-->?>", {"<a>&amp;>]]>-->?></a>"}},
+        {"\xC3\xBC\xBC|\xFF", {"<a>\xC3\xBC\xBC|\xFF</a>"}}, // "|" and 0xBC are "<" but for one bit
     };
     for (const auto &[strValue, apszText] : tTextsByValue)
         for (const char *pszText : apszText)
@@ -122,11 +126,11 @@ TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
 TEST(SxmlParser, ReportsWhatIsWrong)
 {
     const std::map<uint32_t, std::vector<const char *>> tTextsByCode = {
-        {0x80000005, {"<a></b>", "<ab></abc>", "<a><b></a></b>"}},
+        {0x80000005, {"<a></b><c d=''/>", "<ab></abc>", "<a><b></a></b>"}},
         {0x80000006, {"<", "<1/>", "<![CDATA[x]]>", "<!DOCTYPE a>", "<!-x-->", "<a>< /a>"}},
         {0x80000009, {"<a b>", "<a b\n='1'>", "<a b='1'c"}},
         {0x8000000B, {"<!--->", "<a/><!--x-->"}},
-        {0x8000000C, {"<?>", "<?i>", "<?i?>"}},
+        {0x8000000C, {"<?>x", "<?i>", "<?i?>"}},
         {0x8000000D, {"<a", "</", "<a\n>", "<a/ >", "<a _b='1'>", "<a></a x>", "<a b='1'\nc='2'/>"}},
         {0x8000000E, {"<a b=", "<a b=1>", "<a b=\n'1'>", "<a b='1\"/>"}},
         {0x80000010, {"<a>", "</a>", "<a/></a><a>"}},
@@ -213,6 +217,7 @@ TEST(SxmlParser, TakesAnyShape)
     const Parser pWide = ParseTree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
     const SXMLElement *pFirst = pWide->pXMLElement;
     EXPECT_EQ(pFirst[1].iChildCount, 50001);
+    EXPECT_EQ(pFirst[4].pParent, pFirst + 1);
     EXPECT_EQ(pFirst[2].pNextSibling, pFirst + 4);
     EXPECT_EQ(pFirst[50002].pNextSibling, pFirst + 50003);
     EXPECT_EQ(ParseTree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
@@ -222,13 +227,16 @@ TEST(SxmlParser, TakesAnyShape)
 
 TEST(SxmlParser, KeepsOneBlockOfTheExactSize)
 {
-    const Parser pParser = ParseTree("<abc x='1'><b>t</b></abc>");
-    constexpr size_t STRINGS = sizeof("abc") + sizeof("x") + sizeof("1") + sizeof("b") + sizeof("t");
-    EXPECT_EQ(static_cast<size_t>(pParser->iBufferSize), STRINGS + alignof(SXMLElement) - 1 + 3 * sizeof(SXMLElement) +
-                                                             2 * sizeof(SXMLAttribute) + 2 * sizeof(SXMLElement *));
+    const std::string strText = "<abc x='1'><b>t</b><c></c></abc>";
+    const Parser pParser = ParseTree(strText);
+    const size_t uStrings = strlen("abc|x|1|b|t|c||") + alignof(SXMLElement) - 1; // "|" for the terminators
+    const size_t uRecords = 4 * sizeof(SXMLElement) + 2 * sizeof(SXMLAttribute) + 2 * sizeof(void *);
+    EXPECT_EQ(static_cast<size_t>(pParser->iBufferSize), uStrings + uRecords);
     const void *pBlock = pParser->pBuffer;
-    EXPECT_EQ(Parse(pParser, "<a>"), SXML_UNBALANCED);
-    EXPECT_EQ(Parse(pParser, "<a/>"), 0);
+    EXPECT_EQ(Parse(pParser, strText), 0);
+    EXPECT_EQ(Parse(pParser, "<abc>"), SXML_UNBALANCED);
+    EXPECT_EQ(Parse(pParser, "<abc/>"), 0);
+    EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "abc", "b", nullptr), 0);
     EXPECT_EQ(pParser->pBuffer, pBlock);
     EXPECT_EQ(Parse(pParser, "<a><b/><c/><d/></a>"), 0);
     EXPECT_EQ(TagsOf(pParser.get()), "a b c d ");
@@ -258,7 +266,7 @@ TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
     for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase) {
         std::string strText = strCounted;
         const Parser pParser = MakeParser();
-        g_fnOnCalloc = [&, strNext = strBuilt] { return strText.replace(0, strText.size(), strNext).size() > 0; };
+        g_fnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
         EXPECT_DEATH(SXMLParser_Process(pParser.get(), strText.c_str(), SXML_MODE_TREE),
                      ": src/sxmlparser.c:[0-9]+: ConstructDOMCb: Assertion `" + strAssertion + "' failed");
         g_fnOnCalloc = nullptr;

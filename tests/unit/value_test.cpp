@@ -149,6 +149,7 @@ TEST(Motion, TurnsRectanglesIntoPolygons)
     EXPECT_EQ(Position("0.1,0.2,0.5,0.6"), "1999,999,1999,4999,5999,4999,5999,999");
     EXPECT_EQ(Position("0,0,1,1"), "0,0,0,9999,9999,9999,9999,0");
     EXPECT_EQ(Position("0.5"), "0,4999,0,0,0,0,0,4999");
+    EXPECT_EQ(Position("0.5,0.2,0.1,0.1"), "1999,4999,1999,1000,1000,1000,1000,4999");
     EXPECT_EQ(Position("-1e300,1e300,nan,x"),
               "2147483647,-2147483648,2147483647,-2147483648,0,-2147483648,0,-2147483648");
     EXPECT_EQ(Position("0,0,1,1", 8), "0,0,0,9");
@@ -247,6 +248,7 @@ std::vector<unsigned int> g_auPause;
 std::vector<std::string> g_astrLog;
 } // namespace
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" unsigned int sleep(unsigned int uSeconds)
 {
     g_auPause.push_back(uSeconds);

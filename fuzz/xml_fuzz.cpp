@@ -1,0 +1,103 @@
+// The XML parser in both modes. Whatever the text: no fault, queries that can be read, and a complete tree whose
+// records, links and strings agree with its counts and with what the callbacks saw.
+#include "fuzz.h"
+
+#include "sxmlparser/sxmlparser.h"
+
+static int32_t g_iOpenTags, g_iAttributes;
+
+static uint32_t CountOpenTag(void * /*pUserData*/, const char * /*pszTag*/, int32_t /*iTagLen*/)
+{
+    return static_cast<uint32_t>(g_iOpenTags++);
+}
+
+static uint32_t CountAttribute(void * /*pUserData*/, const char * /*pszTag*/, int32_t /*iTagLen*/,
+                               const char * /*pszName*/, int32_t /*iNameLen*/, const char * /*pszValue*/,
+                               int32_t /*iValueLen*/)
+{
+    return static_cast<uint32_t>(g_iAttributes++);
+}
+
+// Bytes that a string takes of the string area. Only the text of an element without one lies outside.
+static size_t SizeInArea(const SXMLParserContext *p, const char *psz, bool bMayBeShared)
+{
+    const bool bInside = psz >= p->pszXMLString && psz < p->pszXMLString + p->iXMLStrSize;
+    Require(bInside || (bMayBeShared && *psz == '\0'), "strings lie in the string area");
+    return bInside ? strlen(psz) + 1 : 0;
+}
+
+static void CheckChildren(const SXMLElement *pElement)
+{
+    int32_t iCount = 0, iLast = pElement->iIndex;
+    for (const SXMLElement *p = pElement->pFirstChild; p != NULL; p = p->pNextSibling) {
+        Require(p->pParent == pElement && p->iIndex > iLast, "children know their parent and stand in order");
+        iLast = p->iIndex;
+        iCount++;
+    }
+    Require(iCount == pElement->iChildCount, "the child count is the chain's length");
+}
+
+static void CheckTree(SXMLParserContext *p)
+{
+    size_t uStrings = 0;
+    int32_t iLinked = 0, iTop = 0, iAttribute = 0, iElement = 0;
+    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != NULL; e = SXMLParser_EnumNext(p)) {
+        Require(e->iIndex == ++iElement, "elements are numbered in order");
+        uStrings += SizeInArea(p, e->pszTag, false) + SizeInArea(p, e->pszValue, true);
+        CheckChildren(e);
+        iLinked += e->iChildCount;
+        iTop += e->pParent == NULL;
+        Require(e->iAttributeCount == 0 || e->pFirstAttribute == &p->pXMLAttribute[iAttribute + 1],
+                "attributes follow");
+        iAttribute += e->iAttributeCount;
+    }
+    for (int32_t i = 1; i <= iAttribute; i++) {
+        const SXMLAttribute &tAttribute = p->pXMLAttribute[i];
+        Require(tAttribute.iIndex == i, "attributes are numbered in order");
+        uStrings += SizeInArea(p, tAttribute.pszName, false) + SizeInArea(p, tAttribute.pszValue, false);
+    }
+    Require(iElement == SXMLParser_GetElementCount(p) && iLinked + iTop == iElement, "every element is linked once");
+    Require(iAttribute == SXMLParser_GetAttributeCount(p), "every attribute has an element");
+    Require(uStrings == static_cast<size_t>(p->iXMLStrSize), "the string area is full");
+    Require(p->iCurDepth == 0, "every element is closed");
+}
+
+// After a failure answers may be missing, but those that come can be read.
+static void ReadAnswers(SXMLParserContext *p)
+{
+    size_t uLength = 0;
+    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != NULL; e = SXMLParser_EnumNext(p)) {
+        CheckChildren(e);
+        uLength += strlen(e->pszTag) + strlen(e->pszValue);
+    }
+    for (int32_t i = SXMLParser_GetAttributeCount(p); i >= 0; i--) {
+        const char *pszValue = SXMLParser_GetAttrValueByIndex(p, i);
+        uLength += pszValue != NULL ? strlen(pszValue) : 0;
+    }
+    const char *pszValue = SXMLParser_GetAttrValueByName(p, "b", "a", "a", NULL);
+    Require(pszValue == NULL || strlen(pszValue) <= uLength, "the value found by name is among all values");
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pData, size_t uSize)
+{
+    const FuzzText acText = Make_Text(pData, uSize);
+    SXMLParserContext *pParser = NULL;
+    Require(SXMLParser_Initial(&pParser) == 0, "there is a parser");
+    const SXMLParserOptions tOptions = {3, 1, CountOpenTag, NULL, CountAttribute, NULL, NULL, 0, 0};
+    SXMLParser_SetOptions(pParser, &tOptions);
+    g_iOpenTags = g_iAttributes = 0;
+
+    const int iCallback = SXMLParser_Process(pParser, acText.data(), SXML_MODE_CALLBACK);
+    for (int iRound = 0; iRound < 2; iRound++) { // the second parse reuses the block
+        const int iTree = SXMLParser_Process(pParser, acText.data(), SXML_MODE_TREE);
+        ReadAnswers(pParser);
+        if (iTree != 0)
+            continue;
+        CheckTree(pParser);
+        Require(iCallback == 0, "callbacks accept what the tree accepts");
+        Require(g_iOpenTags == pParser->iXMLElementCount && g_iAttributes == pParser->iXMLAttributeCount,
+                "both count alike");
+    }
+    SXMLParser_Release(&pParser);
+    return 0;
+}
