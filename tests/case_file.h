@@ -29,8 +29,8 @@
 //     file PATH=TEXT          the whole content of a file after the last request
 //     filehas PATH=TEXT       a part of it
 //
-// "only VARIANT LINE" holds where the runner was told so: "native" (if it was told nothing) or "uclibc", whose C library
-// words some of its own messages otherwise.
+// "only VARIANT LINE" holds where the runner was told so: "native" (if it was told nothing) or "uclibc", whose C
+// library words some of its own messages otherwise.
 //
 // Lines that start with "#" are comments; blanks around a line count for nothing. Every TEXT and LINE takes the
 // escapes \r \n \t \\ \xHH, and \{N*TEXT} for TEXT N times ("}" in it is \x7d). What a case does not expect must

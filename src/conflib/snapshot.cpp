@@ -162,11 +162,18 @@ static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, 
 static SnapshotText Find_Value(SnapshotSegment *ptSegment, const char *pszXPath, uint32_t *pdwValue)
 {
     SnapshotText tXPath = {pszXPath, strlen(pszXPath)};
-    // More aliases than elements lead in a circle.
-    for (uint32_t dwHops = 0; dwHops <= Element_Room(ptSegment); ++dwHops) {
+    // Aliases that lead in a circle come back to a place that is noted after 1, 3, 7, 15 ... hops; an honest chain of
+    // any length does not.
+    uint32_t dwNoted = SNAPSHOT_NONE;
+    uint32_t dwNextNote = 1;
+    for (uint32_t dwHops = 1;; ++dwHops) {
         const uint32_t dwElement = Find_Element(ptSegment, tXPath);
-        if (dwElement == SNAPSHOT_NONE)
+        if (dwElement == SNAPSHOT_NONE || dwElement == dwNoted)
             break;
+        if (dwHops == dwNextNote) {
+            dwNoted = dwElement;
+            dwNextNote = dwNextNote * 2 + 1;
+        }
         SnapshotNode tNode = {};
         bool bAlias = false;
         *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &tNode, &bAlias);
