@@ -1,7 +1,7 @@
 // The program under load, inside script/sandbox: many requests at a time through a real web server, a configuration
 // daemon that is killed under them, requests that are killed themselves, and setters of the side files side by side.
 //
-// load_test SIMCAM MODELS-FOLDER [--gtest_...]
+// load_test SIMCAM MODELS-FOLDER BATCHES [--gtest_...]
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -28,21 +28,22 @@ namespace {
 const char PROGRAM[] = "/usr/share/www/cgi-bin/param.cgi";
 const char REPLY_FOLDER[] = "/tmp/replies";
 const int AT_ONCE = 8;
-const size_t BATCH = 1000; // requests of one client, half of them writes of a key each
+const size_t BATCH = 500; // requests of one client, half of them writes of a key each
 
 // Answered from constants, the snapshot, the daemon and the side files.
-const std::vector<std::string> READS = {"General.Brand.CompanyName",
-                                        "General.FirmwareVersion",
-                                        "VideoInput.4.h264.1.Bitrate",
-                                        "VideoInput.2.Brightness",
-                                        "VideoInput.1.hevc.1.Rtsp.AbsolutePath",
-                                        "Network.Services.Ntp.PollInterval",
-                                        "Network.1.MacAddress",
-                                        "VideoInput.1.Motion.ROI.3.Position",
-                                        "General.NoSuchName"};
+const char *const READS[] = {"General.Brand.CompanyName",
+                             "General.FirmwareVersion",
+                             "VideoInput.4.h264.1.Bitrate",
+                             "VideoInput.2.Brightness",
+                             "VideoInput.1.hevc.1.Rtsp.AbsolutePath",
+                             "Network.Services.Ntp.PollInterval",
+                             "Network.1.MacAddress",
+                             "VideoInput.1.Motion.ROI.3.Position",
+                             "General.NoSuchName"};
 
 const char *pSimcam = "";
 const char *pModels = "";
+size_t batchCount = 1;
 
 using Lines = std::vector<std::string>;
 
@@ -89,7 +90,7 @@ Lines Wait_Reply(const Program &program)
     return Split(reply);
 }
 
-Lines Ask_All() { return Wait_Reply(Start_Request(Make_Read(READS, {}))); }
+Lines Ask_All() { return Wait_Reply(Start_Request(Make_Read({std::begin(READS), std::end(READS)}, {}))); }
 
 bool Is_ErrorOf(const std::string &line, const std::string &actual)
 {
@@ -101,8 +102,8 @@ std::vector<Request> Make_Batch(size_t batch, const Lines &quiet)
 {
     std::vector<Request> requests;
     for (size_t i = 0; i < BATCH / 2; ++i) {
-        const size_t first = i % READS.size();
-        const size_t second = (i / READS.size()) % READS.size();
+        const size_t first = i % std::size(READS);
+        const size_t second = (i / std::size(READS)) % std::size(READS);
         requests.push_back(Make_Read({READS[first], READS[second]}, {quiet[first], quiet[second]}));
         requests.push_back(Make_Write("VideoInput." + std::to_string(i + 1) +
                                       ".Tampering.TriggerDuration=" + std::to_string(100 + batch)));
@@ -138,11 +139,15 @@ size_t Count_Replies()
     return static_cast<size_t>(std::distance(begin(folder), end(folder)));
 }
 
-// What stands in front of the header when the daemon goes away under a request, which is where the web server lets the
-// reply begin then. When it is not there at all, the message becomes a part of the header.
-const std::regex
-    DIAGNOSTIC("^((write socket [0-9]+ byte, but return -1|Read failed \\(104\\)\\. Connection reset by peer)\n)+"
-               "Content-type: text/plain\r\n\r\n");
+// Takes away what stands in front of the header when the daemon goes away under a request; the web server lets the
+// reply begin there then. (When the daemon is not there at all, the message becomes a part of the header.)
+std::string Strip_Diagnostics(const std::string &reply)
+{
+    static const std::regex diagnostics(
+        "^((write socket [0-9]+ byte, but return -1|Read failed \\(104\\)\\. Connection reset by peer)\n)+"
+        "Content-type: text/plain\r\n\r\n");
+    return std::regex_replace(reply, diagnostics, "");
+}
 
 // Every line is the expected one or, if the daemon may be missed, the parameter's error. Returns the number of errors.
 int Check_Replies(const std::vector<Request> &requests, bool mayFail)
@@ -151,7 +156,7 @@ int Check_Replies(const std::vector<Request> &requests, bool mayFail)
     Lines surprises;
     for (size_t i = 0; i < requests.size(); ++i) {
         const std::string reply = Read_File(Get_ReplyPath(i));
-        Lines lines = Split(mayFail ? std::regex_replace(reply, DIAGNOSTIC, "") : reply);
+        Lines lines = Split(mayFail ? Strip_Diagnostics(reply) : reply);
         for (size_t j = 0; j < lines.size() && j < requests[i].answer.size(); ++j) {
             if (mayFail && Is_ErrorOf(requests[i].answer[j], lines[j])) {
                 lines[j] = requests[i].answer[j];
@@ -181,11 +186,10 @@ int Get_SemaphoreValue() { return semctl(semget(ftok("/usr/sbin/configer", 99), 
 
 bool Is_AnyRequestLeft()
 {
-    for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
-        if (Read_File(entry.path() / "comm") == "param.cgi\n")
-            return true;
-    }
-    return false;
+    const std::filesystem::directory_iterator folder("/proc");
+    return std::any_of(begin(folder), end(folder), [](const std::filesystem::directory_entry &entry) {
+        return Read_File(entry.path() / "comm") == "param.cgi\n";
+    });
 }
 
 // A camera with four channels, and keys for more of them to write. Around every test it is well.
@@ -198,7 +202,7 @@ protected:
         Clear_Camera();
         Restart();
         quiet = Ask_All();
-        ASSERT_EQ(READS.size(), quiet.size());
+        ASSERT_EQ(std::size(READS), quiet.size());
         ASSERT_EQ(quiet.end(), std::find_if(quiet.begin(), quiet.end(), [](const std::string &line) {
                       return line.find("Internal error") != std::string::npos;
                   }));
@@ -230,7 +234,7 @@ protected:
 TEST_F(LoadTest, Every_request_is_answered_and_every_write_arrives)
 {
     Lines sets;
-    for (size_t batch = 0; batch < 10; ++batch) {
+    for (size_t batch = 0; batch < batchCount; ++batch) {
         const std::vector<Request> requests = Make_Batch(batch, quiet);
         const Outcome client = Wait_Program(Start_Client(requests));
         EXPECT_EQ("exit 0", client.error + client.ending);
@@ -248,11 +252,11 @@ TEST_F(LoadTest, Requests_survive_a_daemon_that_is_killed)
 {
     const std::vector<Request> requests = Make_Batch(0, quiet);
     const Program client = Start_Client(requests);
-    for (const size_t mark : {200U, 600U}) {
+    for (const size_t mark : {100U, 300U}) {
         EXPECT_TRUE(Wait_Until([&] { return Count_Replies() >= mark; }));
         kill(camera.pid, SIGKILL);
         EXPECT_EQ("crash: Killed", Wait_Program(camera).ending);
-        EXPECT_TRUE(Wait_Until([&] { return Count_Replies() >= mark + 200; }));
+        EXPECT_TRUE(Wait_Until([&] { return Count_Replies() >= mark + 100; }));
         Restart();
     }
     const Outcome ended = Wait_Program(client);
@@ -265,7 +269,7 @@ TEST_F(LoadTest, A_killed_request_gives_the_semaphore_back)
     const Request request = Make_Read(Lines(16, "VideoInput.4.h264.1.Bitrate"), {});
     std::mt19937 random(1);
     std::set<std::string> endings;
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < 50; ++round) {
         std::vector<Program> programs(AT_ONCE);
         std::generate(programs.begin(), programs.end(), [&] { return Start_Request(request); });
         for (const Program &program : programs) {
@@ -275,7 +279,7 @@ TEST_F(LoadTest, A_killed_request_gives_the_semaphore_back)
         for (const Program &program : programs)
             endings.insert(Wait_Program(program).ending);
     }
-    EXPECT_EQ((std::set<std::string>{"crash: Killed", "exit 0"}), endings);
+    EXPECT_EQ(1U, endings.count("crash: Killed")) << "none was alive any more";
 }
 
 // A value for every place of the side files.
@@ -339,7 +343,7 @@ TEST_F(LoadTest, Setters_of_the_side_files_lose_nothing_and_readers_see_whole_va
     for (const std::string &line : before)
         ASSERT_EQ(Lines{line}, Wait_Reply(Start_Request(Make_Write(line))));
     SideStoreCounts counts;
-    for (int round = 0; round < 20; ++round, std::swap(before, after)) {
+    for (int round = 0; round < 10; ++round, std::swap(before, after)) {
         std::shuffle(order.begin(), order.end(), random);
         for (size_t first = 0; first < order.size(); first += AT_ONCE) {
             Lines from;
@@ -396,11 +400,12 @@ TEST_F(LoadTest, A_lock_that_somebody_else_keeps_holds_nobody_up_for_good)
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    if (getenv("CAMERA_SANDBOX") == nullptr || argc != 3) {
-        fprintf(stderr, "load_test: runs inside script/sandbox, with SIMCAM MODELS-FOLDER\n");
+    if (getenv("CAMERA_SANDBOX") == nullptr || argc != 4) {
+        fprintf(stderr, "load_test: runs inside script/sandbox, with SIMCAM MODELS-FOLDER BATCHES\n");
         return 2;
     }
     pSimcam = argv[1];
     pModels = argv[2];
+    batchCount = strtoul(argv[3], nullptr, 10);
     return RUN_ALL_TESTS();
 }
