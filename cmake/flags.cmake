@@ -17,7 +17,9 @@ target_compile_options(param_product INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     -fno-asynchronous-unwind-tables -ffunction-sections -fdata-sections
     # A fused multiply-add would round positions and object sizes differently on some processors.
-    -ffp-contract=off)
+    -ffp-contract=off
+    # Nobody asks errno about a square root; without the question it is an instruction, and libm is not needed for it.
+    -fno-math-errno)
 
 # Optimised builds are the same everywhere; the parser's loops want more than -Os.
 set(CMAKE_C_FLAGS_RELEASE "-O2")

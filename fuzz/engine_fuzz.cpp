@@ -39,7 +39,7 @@ static struct {
 static constexpr int CAMERA_SOCKET = 100000; // the one descriptor that is not the kernel's
 
 static struct Camera {
-    FuzzText acFaults;
+    FuzzText acMethod, acAddress, acLength, acFaults, acRequest;
     std::vector<FuzzText> aacAnswer;
     size_t uAnswer; // the next one
     char cPeer;     // 'c', 'p' or 'a'
@@ -103,6 +103,19 @@ int __real_close(int iFile);
 ssize_t __real_read(int iFile, void *pBuffer, size_t uSize);
 ssize_t __real_write(int iFile, const void *pBuffer, size_t uSize);
 unsigned int __real_sleep(unsigned int uSeconds);
+char *__real_getenv(const char *pszName);
+
+char *__wrap_getenv(const char *pszName)
+{
+    const std::pair<const char *, FuzzText *> atVariable[] = {{"REQUEST_METHOD", &g_tCamera.acMethod},
+                                                              {"SERVER_ADDR", &g_tCamera.acAddress},
+                                                              {"CONTENT_LENGTH", &g_tCamera.acLength},
+                                                              {"QUERY_STRING", &g_tCamera.acRequest}};
+    for (const auto &[pszKnown, pacValue] : atVariable)
+        if (strcmp(pszName, pszKnown) == 0)
+            return strcmp(pacValue->data(), "-") == 0 ? nullptr : pacValue->data();
+    return __real_getenv(pszName);
+}
 
 FILE *__wrap_fopen(const char *pszPath, const char *pszMode)
 {
@@ -188,21 +201,16 @@ int __wrap_close(int iFile)
 }
 }
 
-// Returns the request text.
-static FuzzText Fill_Camera(FuzzInput tInput)
+static void Fill_Camera(FuzzInput tInput)
 {
     constexpr uint8_t SEPARATOR = 0xff;
-    for (const char *pszName : {"REQUEST_METHOD", "SERVER_ADDR", "CONTENT_LENGTH"}) {
-        const FuzzText acValue = Take_Text(&tInput, SEPARATOR);
-        strcmp(acValue.data(), "-") == 0 ? unsetenv(pszName) : setenv(pszName, acValue.data(), 1);
+    for (FuzzText *pacText :
+         {&g_tCamera.acMethod, &g_tCamera.acAddress, &g_tCamera.acLength, &g_tCamera.acFaults, &g_tCamera.acRequest})
+        *pacText = Take_Text(&tInput, SEPARATOR);
+    if (g_tCamera.acLength.size() == 1) {
+        const std::string strLength = std::to_string(g_tCamera.acRequest.size() - 1);
+        g_tCamera.acLength.assign(strLength.c_str(), strLength.c_str() + strLength.size() + 1);
     }
-    g_tCamera = {};
-    g_tCamera.acFaults = Take_Text(&tInput, SEPARATOR);
-    FuzzText acRequest = Take_Text(&tInput, SEPARATOR);
-    strcmp(acRequest.data(), "-") == 0 ? unsetenv("QUERY_STRING") : setenv("QUERY_STRING", acRequest.data(), 1);
-    const char *pszLength = getenv("CONTENT_LENGTH");
-    if (pszLength != nullptr && *pszLength == '\0')
-        setenv("CONTENT_LENGTH", std::to_string(acRequest.size() - 1).c_str(), 1);
     for (size_t i = 0; i < MEMORY_FILES; i++) {
         if (g_atFile[i].iFile < 0)
             g_atFile[i].iFile = memfd_create("camera", 0);
@@ -217,7 +225,6 @@ static FuzzText Fill_Camera(FuzzInput tInput)
         g_tCamera.aacAnswer.push_back(Take_Text(&tInput, SEPARATOR));
     for (PTZCommandGroup *ptGroup = g_tPTZDispatchTable; ptGroup->iId != -1; ptGroup++)
         ptGroup->iSupported = 0;
-    return acRequest;
 }
 
 static constexpr int32_t REPLY_LIMIT = 4094;
@@ -259,11 +266,12 @@ static void Check_Files()
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pData, size_t uSize)
 {
-    FuzzText acRequest = Fill_Camera({pData, uSize});
+    g_tCamera = {};
+    Fill_Camera({pData, uSize});
     FILE *ptStdin = stdin, *ptStdout = stdout;
     char *pcPrinted = nullptr;
     size_t uPrinted = 0;
-    stdin = fmemopen(acRequest.data(), acRequest.size() - 1, "r");
+    stdin = fmemopen(g_tCamera.acRequest.data(), g_tCamera.acRequest.size() - 1, "r");
     stdout = open_memstream(&pcPrinted, &uPrinted);
     auto *ptContext = static_cast<ParamContext *>(calloc(1, sizeof(ParamContext)));
     Require(stdin != nullptr && stdout != nullptr && ptContext != nullptr, "there is memory");

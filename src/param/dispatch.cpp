@@ -28,61 +28,61 @@ static int Read_Number(const char *pcText, int iRoom, int32_t *piNumber, int *pi
     return iEnd;
 }
 
-/// Walks template and name side by side, as far as the template is long. On a match the numbers are in aiNumber.
+/// Walks template and name on, side by side, as far as the template is long.
 static bool Match_Template(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                           int32_t *aiNumber, TemplateMiss *ptMiss)
+                           TemplateWalk *ptWalk)
 {
-    int iTemplate = 0;
-    int iName = 0;
-    int iRead = 0;
-    while (iName < iLength && pszTemplate[iTemplate] != '\0') {
-        if (iRead < iIndexCount && pszTemplate[iTemplate] == '%') {
+    while (ptWalk->iName < iLength && pszTemplate[ptWalk->iTemplate] != '\0') {
+        const char *pcName = pszName + ptWalk->iName;
+        if (ptWalk->iRead < iIndexCount && pszTemplate[ptWalk->iTemplate] == '%') {
             int iLooked = 0;
-            const int iNumberLength = Read_Number(pszName + iName, iLength - iName, &aiNumber[iRead], &iLooked);
+            const int iRoom = iLength - ptWalk->iName;
+            const int iNumberLength = Read_Number(pcName, iRoom, &ptWalk->aiNumber[ptWalk->iRead], &iLooked);
             if (iNumberLength == 0) {
-                *ptMiss = {iTemplate, iName + iLooked < iLength ? iName + iLooked : PAST_ANY_NAME};
+                ptWalk->iSeen = iLooked < iRoom ? ptWalk->iName + iLooked : PAST_ANY_NAME;
                 return false;
             }
-            ++iRead;
-            iTemplate += 2;
-            iName += iNumberLength;
-        } else if (pszName[iName] == pszTemplate[iTemplate]) {
-            ++iTemplate;
-            ++iName;
+            ++ptWalk->iRead;
+            ptWalk->iTemplate += 2;
+            ptWalk->iName += iNumberLength;
+        } else if (*pcName == pszTemplate[ptWalk->iTemplate]) {
+            ++ptWalk->iTemplate;
+            ++ptWalk->iName;
         } else {
-            *ptMiss = {iTemplate, iName};
+            ptWalk->iSeen = ptWalk->iName;
             return false;
         }
     }
-    *ptMiss = {iTemplate, PAST_ANY_NAME};
-    return iRead == iIndexCount && (iName == iLength || pszName[iName] == '\0');
+    ptWalk->iSeen = PAST_ANY_NAME;
+    return ptWalk->iRead == iIndexCount && (ptWalk->iName == iLength || pszName[ptWalk->iName] == '\0');
 }
 
 int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                          ParamContext *ptContext, TemplateMiss *ptMiss)
+                          ParamContext *ptContext, TemplateWalk *ptWalk)
 {
-    *ptMiss = {0, PAST_ANY_NAME};
-    int32_t aiNumber[INDEX_MAX_COUNT] = {};
     if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
-        !Match_Template(pszTemplate, pszName, iLength, iIndexCount, aiNumber, ptMiss))
+        !Match_Template(pszTemplate, pszName, iLength, iIndexCount, ptWalk))
         return -1;
     if (iIndexCount >= 1)
-        ptContext->iIndex1 = Int32_Add(aiNumber[0], -1);
+        ptContext->iIndex1 = Int32_Add(ptWalk->aiNumber[0], -1);
     if (iIndexCount >= 2)
-        ptContext->iIndex2 = Int32_Add(aiNumber[1], -1);
+        ptContext->iIndex2 = Int32_Add(ptWalk->aiNumber[1], -1);
     return 0;
 }
 
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
 {
-    TemplateMiss tMiss = {};
+    TemplateWalk tWalk = {};
     for (size_t uEntry = 0; uEntry < g_tDispatchHint.size(); ++uEntry) {
+        // An entry that is like its neighbour beyond the place where the name parted from that one parts from it there,
+        // too; one that is like it up to there goes on from there.
         const DispatchHint tHint = g_tDispatchHint[uEntry];
-        // An entry that is like its neighbour up to where the name parted from that one parts from it there, too.
-        if (tHint.byShared > tMiss.iTemplate && tHint.byLength > tMiss.iName)
+        if (tHint.byShared < tWalk.iTemplate || tHint.byLength <= tWalk.iSeen)
+            tWalk = {};
+        else if (tHint.byShared > tWalk.iTemplate)
             continue;
         const DispatchEntry *ptEntry = &g_tDispatchTable[uEntry];
-        if (QuorvexDispatchParser(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, ptContext, &tMiss) ==
+        if (QuorvexDispatchParser(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, ptContext, &tWalk) ==
             0)
             return ptEntry;
     }

@@ -34,19 +34,22 @@ struct DispatchHint {
 };
 extern const std::array<DispatchHint, PARAM_ENTRY_COUNT> g_tDispatchHint;
 
-/// Where a name parted from a template. The place in the name is the last character that had a say, or PAST_ANY_NAME
-/// when the cut at the template's length had one, too.
-struct TemplateMiss {
-    int iTemplate;
-    int iName;
+/// How far the comparison of a name with a template has come.
+struct TemplateWalk {
+    int iTemplate; ///< next character of the template
+    int iName;     ///< next character of the name
+    int iSeen;     ///< last character of the name that had a say; past any name when the template's length had one, too
+    int iRead;     ///< numbers read so far
+    int32_t aiNumber[2]; ///< these numbers
 };
 
 /// 0 when a request name matches a template, which has iLength characters and iIndexCount "%d"; the indexes minus 1 are
-/// then in iIndex1 and iIndex2. Otherwise -1, and *ptMiss tells where they part. Only the first iLength characters of
-/// the request name count, so a name that runs on still matches. Numbers must be written as printf writes them (no
-/// blank, no plus sign, no leading zero) and fit 32 bits; they are not range-checked.
+/// then in iIndex1 and iIndex2. Otherwise -1. Only the first iLength characters of the request name count, so a name
+/// that runs on still matches. Numbers must be written as printf writes them (no blank, no plus sign, no leading zero)
+/// and fit 32 bits; they are not range-checked. The comparison starts where *ptWalk stands (zeroed: at the beginning)
+/// and leaves there where it ended.
 int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                          ParamContext *ptContext, TemplateMiss *ptMiss);
+                          ParamContext *ptContext, TemplateWalk *ptWalk);
 
 /// The first entry of g_tDispatchTable that QuorvexDispatchParser matches with a name, or null.
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext);

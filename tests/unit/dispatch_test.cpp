@@ -132,9 +132,12 @@ TEST(Dispatch, EveryEntryIsFoundByItsOwnNameAndCanBeServed)
 TEST(Dispatch, RefusesTemplatesThatItCannotHold)
 {
     ParamContext tContext = {};
-    TemplateMiss tMiss = {};
     const std::string strLong(256, 'a');
-    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str(), strLong.c_str(), 256, 0, &tContext, &tMiss), -1);
-    EXPECT_EQ(QuorvexDispatchParser(strLong.c_str() + 1, strLong.c_str(), 255, 0, &tContext, &tMiss), 0);
-    EXPECT_EQ(QuorvexDispatchParser("a", "a", 1, 3, &tContext, &tMiss), -1);
+    const auto Parse = [&](const char *pszTemplate, int iLength, int iIndexCount) {
+        TemplateWalk tWalk = {};
+        return QuorvexDispatchParser(pszTemplate, strLong.c_str(), iLength, iIndexCount, &tContext, &tWalk);
+    };
+    EXPECT_EQ(Parse(strLong.c_str(), 256, 0), -1);
+    EXPECT_EQ(Parse(strLong.c_str() + 1, 255, 0), 0);
+    EXPECT_EQ(Parse("a", 1, 3), -1);
 }
