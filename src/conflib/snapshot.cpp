@@ -114,31 +114,26 @@ static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
     return tNode.dwFirstChild;
 }
 
-static uint32_t Find_Element(SnapshotSegment *ptSegment, SnapshotText tXPath)
+uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size_t uLength)
 {
     SnapshotHeader tHeader;
     memcpy(&tHeader, ptSegment->pcBase, sizeof tHeader);
     ptSegment->dwStepsLeft = Element_Room(ptSegment);
     uint32_t dwChild = First_Child(ptSegment, MapRealAddr(ptSegment, tHeader.dwRoot));
     for (;;) {
-        const void *pEnd = memchr(tXPath.pc, KEY_SEPARATOR, tXPath.uLength);
-        const size_t uName =
-            pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - tXPath.pc) : tXPath.uLength;
+        const void *pEnd = memchr(pcXPath, KEY_SEPARATOR, uLength);
+        const size_t uName = pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - pcXPath) : uLength;
         SiblingWalk tWalk = {dwChild, SNAPSHOT_NONE, {}};
         do {
             if (!Step(ptSegment, &tWalk))
                 return SNAPSHOT_NONE;
-        } while (!Has_Name(ptSegment, &tWalk.tNode, tXPath.pc, uName));
+        } while (!Has_Name(ptSegment, &tWalk.tNode, pcXPath, uName));
         if (pEnd == nullptr)
             return tWalk.dwElement;
         dwChild = tWalk.tNode.dwFirstChild;
-        tXPath = {tXPath.pc + uName + 1, tXPath.uLength - uName - 1};
+        pcXPath += uName + 1;
+        uLength -= uName + 1;
     }
-}
-
-uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath)
-{
-    return Find_Element(ptSegment, {pszXPath, strlen(pszXPath)});
 }
 
 /// First element of a sibling chain named "value" or "aliasxpath", whichever comes first; its record is in *ptNode.
@@ -167,7 +162,7 @@ static SnapshotText Find_Value(SnapshotSegment *ptSegment, const char *pszXPath,
     uint32_t dwNoted = SNAPSHOT_NONE;
     uint32_t dwNextNote = 1;
     for (uint32_t dwHops = 1;; ++dwHops) {
-        const uint32_t dwElement = Find_Element(ptSegment, tXPath);
+        const uint32_t dwElement = GetElementByXPath(ptSegment, tXPath.pc, tXPath.uLength);
         if (dwElement == SNAPSHOT_NONE || dwElement == dwNoted)
             break;
         if (dwHops == dwNextNote) {

@@ -43,8 +43,9 @@ constexpr uint32_t SNAPSHOT_NONE = 0;
 /// terminator fitted. -1: the key cannot be read, or it did not fit (the cut value is there, without a terminator).
 int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize);
 
-/// Local address of the element that a key path names, or SNAPSHOT_NONE.
-uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pszXPath);
+/// Local address of the element that a key path of uLength characters names, or SNAPSHOT_NONE. The path may stand in
+/// the segment itself, where its terminator is not to be relied on.
+uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size_t uLength);
 
 /// Copies the record at a local address with its addresses translated to local ones (words 0, 3 and 4 as they are; no
 /// link stays SNAPSHOT_NONE). Returns false, with a zeroed record, when it does not lie inside the segment.
