@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -171,7 +172,7 @@ std::string Compose_CameraFiles(const Model &model, CameraFiles *pFiles)
     return "";
 }
 
-bool Lay_Out_CameraFiles(const CameraFiles &files)
+bool Lay_Out_CameraFiles(const CameraFiles &files, const std::set<std::string> &readOnly)
 {
     bool isDone = true;
     for (const auto &[path, text] : files) {
@@ -180,6 +181,8 @@ bool Lay_Out_CameraFiles(const CameraFiles &files)
         else
             unlink(path.c_str());
     }
+    for (const std::string &path : readOnly)
+        isDone = chmod(path.c_str(), 0444) == 0 && isDone;
     return isDone;
 }
 

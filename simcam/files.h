@@ -12,8 +12,9 @@ using CameraFiles = std::map<std::string, std::optional<std::string>>;
 // a value for an element that none of the files has.
 std::string Compose_CameraFiles(const Model &model, CameraFiles *pFiles);
 
-// Writes or removes each of them. Returns false after a message on standard error.
-bool Lay_Out_CameraFiles(const CameraFiles &files);
+// Writes or removes each of them, and takes the right to write those paths away. Returns false after a message on
+// standard error, or when such a path is not there.
+bool Lay_Out_CameraFiles(const CameraFiles &files, const std::set<std::string> &readOnly);
 
 // Writes the capability definition and settings files into one folder, as a seed for a camera's file system.
 bool Seed_CameraFiles(const CameraFiles &files, const std::string &folder);

@@ -70,8 +70,8 @@ int Catch_StopSignals()
 bool Run_Camera(const CameraFiles &files, Camera *pCamera)
 {
     const int stopDescriptor = Catch_StopSignals();
-    const bool isDone = Lay_Out_CameraFiles(files) && Open_Snapshot(pCamera->model, &pCamera->snapshot) &&
-                        Run_Services(stopDescriptor, pCamera);
+    const bool isDone = Lay_Out_CameraFiles(files, pCamera->model.readOnly) &&
+                        Open_Snapshot(pCamera->model, &pCamera->snapshot) && Run_Services(stopDescriptor, pCamera);
     fputs(Describe_Leftovers(pCamera->model, pCamera->snapshot).c_str(), pCamera->pLog);
     Close_Snapshot(pCamera->snapshot);
     Remove_PidFile();

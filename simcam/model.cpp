@@ -130,6 +130,7 @@ constexpr Directive DIRECTIVES[] = {
     {"side", true, [](Model *p, Text path, Text value) { return p->settings["side " + path] = value, FINE; }},
     {"file", true, [](Model *p, Text path, Text text) { return p->files[path] = text, FINE; }},
     {"nofile", false, [](Model *p, Text path, Text) { return p->files[path].reset(), FINE; }},
+    {"readonly", false, [](Model *p, Text path, Text) { return p->readOnly.insert(path), FINE; }},
     {"fault", false, [](Model *p, Text text, Text) { return Parse_Fault(text, &p->faults); }},
 };
 

@@ -20,6 +20,7 @@
 //   side PATH=VALUE             a value of the settings files, as in image_c0_s0_h264_gop
 //   file PATH=TEXT              the whole content of any file, in place of what would be laid out
 //   nofile PATH                 the file is removed
+//   readonly PATH               the file, once laid out, cannot be written
 //   fault SERVICE FAULT         see faults.h
 //
 // The texts of bitrate, side and file are written as they stand, without XML escaping.
@@ -30,6 +31,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +44,7 @@ struct Key {
 struct Model {
     std::vector<Key> keys;                                   // in order of first mention, which is that of the snapshot
     std::map<std::string, std::optional<std::string>> files; // by path; without a text: removed
+    std::set<std::string> readOnly;                          // paths
     FaultList faults;
 
     // The other lines: what every camera has, "side " with a path, "fail " with a key.

@@ -126,8 +126,9 @@ Words Make_CgiCommand(const Environment &environment, const char *pEmulator, con
 
 void Clear_Camera()
 {
-    std::filesystem::remove_all("/etc/conf.d");
-    std::filesystem::create_directory("/etc/conf.d");
+    // A file system of its own: it stays.
+    for (const auto &entry : std::filesystem::directory_iterator("/etc/conf.d"))
+        std::filesystem::remove_all(entry);
     std::filesystem::remove("/etc/CDF.xml");
     std::filesystem::remove(CAMERA_LOG);
 }
