@@ -43,7 +43,8 @@ int Quorvex_GetPTZCommand(ParamContext *ptContext);
 int CheckSupportPTZPattern();
 
 /// One request and, with a buffer, one answer of at most uReplySize - 1 bytes over a Unix-domain stream socket. A
-/// daemon that does not accept is tried ten times, five seconds apart. Returns 0, or -1 when there was no answer.
+/// daemon that refuses is tried ten times, five seconds apart; one that hangs is not tried again. Returns 0, or -1 when
+/// there was no answer.
 int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char *pcReply, size_t uReplySize);
 
 /// The analytics service, one connection per question. Each returns 0, or -1 after a line in the system log; the
