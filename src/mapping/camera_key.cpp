@@ -37,9 +37,14 @@ int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey)
     return iResult;
 }
 
-int Write_Key(const char *pszValue, const char *pszKey) { return Set_Configer(pszKey, pszValue); }
+int Read_CutKey(char *pszText, size_t uSize, const char *pszKey)
+{
+    return Configer_GetParamValueByXPath(pszKey, pszText, uSize - 1);
+}
 
-int Write_KeyNumber(int32_t iValue, const char *pszKey)
+int Write_Key(const char *pszKey, const char *pszValue) { return Set_Configer(pszKey, pszValue); }
+
+int Write_KeyNumber(const char *pszKey, int32_t iValue)
 {
     char szValue[16];
     snprintf(szValue, sizeof szValue, "%d", iValue);

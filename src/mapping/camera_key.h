@@ -7,27 +7,33 @@
 
 #include <stddef.h>
 
-/// A camera key made from a format, such as "videoin_c%d_rotate". Longer ones than any camera has are cut.
+/// A camera key made from a format, such as "videoin_c%d_rotate"; it stands where a key's name is asked for. Longer
+/// ones than any camera has are cut.
 struct CameraKey {
     char szKey[128];
+    operator const char *() const { return szKey; }
 };
 CameraKey Make_Key(const char *pszFormat, ...) __attribute__((format(printf, 1, 2)));
 
-/// Reads a key into pszText. On failure the text keeps what the lookup left there, terminated: hand in a zeroed buffer
-/// where the result does not matter. The second form logs "unable to get <key>\n" on failure.
+/// Reads a key into pszText; the result is that of the lookup. On failure the text keeps what the lookup left there,
+/// terminated. The second form logs "unable to get <key>\n" on failure.
 int Read_Key(char *pszText, size_t uSize, const char *pszKey);
 int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey);
+
+/// Reads a key whose value counts as far as it fits: pszText is zeroed and one byte larger than the room that the value
+/// has, so that the terminator stands behind a value that fills it. The result is that of the lookup.
+int Read_CutKey(char *pszText, size_t uSize, const char *pszKey);
 
 /// Reads a key as a number; one that cannot be read in SIZE bytes counts as 0.
 template <size_t SIZE> int32_t Read_KeyNumber(const char *pszKey)
 {
-    char szText[SIZE] = {};
+    char szText[SIZE] = "";
     return Read_Key(szText, sizeof szText, pszKey) == 0 ? Int32_FromText(szText) : 0;
 }
 
-/// Writes a key.
-int Write_Key(const char *pszValue, const char *pszKey);
-int Write_KeyNumber(int32_t iValue, const char *pszKey);
+/// Writes a key; the result is the daemon client's.
+int Write_Key(const char *pszKey, const char *pszValue);
+int Write_KeyNumber(const char *pszKey, int32_t iValue);
 
 /// Answers the text (cut at 511 characters), the number, "true" or "false"; return 0.
 int Answer_Text(ParamContext *ptContext, const char *pszText);

@@ -1,9 +1,8 @@
 #include "mapping/general.h"
 
 #include "common/int32.h"
-#include "conflib/configer.h"
+#include "common/log_identity.h"
 #include "mapping/camera_key.h"
-#include "mapping/mapping_routines.h"
 #include "sidestore/quorvex_xml_parser.h"
 
 #include <net/if.h>
@@ -31,7 +30,7 @@ static int Read_ZoneIndex(int32_t *piIndex)
     return 0;
 }
 
-int Get_UTCDateTime_MappingRoutine(ParamContext *ptContext)
+static int Get_UTCDateTime_MappingRoutine(ParamContext *ptContext)
 {
     int32_t iZoneIndex = 0;
     const time_t tNow = time(nullptr);
@@ -55,7 +54,7 @@ static int Two_Digits(const ParamContext *ptContext, size_t uPlace)
     return Int32_FromText(szDigits);
 }
 
-int Set_UTCDateTime_MappingRoutine(ParamContext *ptContext)
+static int Set_UTCDateTime_MappingRoutine(ParamContext *ptContext)
 {
     char szDaylight[2] = "";
     int32_t iZoneIndex = 0;
@@ -78,50 +77,63 @@ int Set_UTCDateTime_MappingRoutine(ParamContext *ptContext)
 
     char szText[32];
     snprintf(szText, sizeof szText, "%d/%02d/%02d", tParts.tm_year + 1900, tParts.tm_mon + 1, tParts.tm_mday);
-    Set_Configer("system_date", szText);
+    Write_Key("system_date", szText);
     snprintf(szText, sizeof szText, "%02d:%02d:%02d", tParts.tm_hour, tParts.tm_min, tParts.tm_sec);
-    Set_Configer("system_time", szText);
+    Write_Key("system_time", szText);
     return 0;
 }
 
-int Get_DateTimeMode_MappingRoutine(ParamContext *ptContext)
+static int Check_UTCDateTime_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
+const DispatchRecord g_tGeneral_UTCDateTime_Dispatch = {Check_UTCDateTime_MappingRoutine,
+                                                        Set_UTCDateTime_MappingRoutine, Get_UTCDateTime_MappingRoutine};
+
+static int Get_DateTimeMode_MappingRoutine(ParamContext *ptContext)
 {
     char szInterval[sizeof ptContext->szValue] = "";
     Read_Key(szInterval, sizeof szInterval, "system_updateinterval");
     return Answer_Text(ptContext, Int32_FromText(szInterval) < 1 ? "manual" : "ntp");
 }
 
-int Check_DateTimeMode_MappingRoutine(ParamContext *ptContext)
+static int Check_DateTimeMode_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_Text(ptContext, strstr(ptContext->szValue, "manual") != nullptr ? "0" : "3600");
 }
+
+static int Set_DateTimeMode_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key("system_updateinterval", ptContext->szValue);
+}
+const DispatchRecord g_tGeneral_DateTimeMode_Dispatch = {
+    Check_DateTimeMode_MappingRoutine, Set_DateTimeMode_MappingRoutine, Get_DateTimeMode_MappingRoutine};
 
 // NTP interval: minutes on the wire, seconds in the camera, where it shares its key with the mode.
 
 static constexpr int32_t SECONDS_PER_MINUTE = 60;
 
-int Check_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
+static int Check_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
 {
     return Rewrite_ScaledValue(ptContext, SECONDS_PER_MINUTE);
 }
 
-int Set_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
+static int Set_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
 {
     const int32_t iSeconds = Int32_FromText(ptContext->szValue);
     if (iSeconds == 0)
         return 0;
-    if (Set_Configer("system_updateinterval", ptContext->szValue) != 0)
+    if (Write_Key("system_updateinterval", ptContext->szValue) != 0)
         return -1;
     Set_NTPInterval_from_QuorvexXML(iSeconds);
     return 0;
 }
 
-int Get_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
+static int Get_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
 {
     if (Answer_StoredText(ptContext, Get_NTPInterval_from_QuorvexXML()) != 0)
         return -1;
     return Answer_Number(ptContext, Int32_FromText(ptContext->szValue) / SECONDS_PER_MINUTE);
 }
+const DispatchRecord g_tNetwork_NTP_PollInterval_Dispatch = {
+    Check_NTP_PollInterval_MappingRoutine, Set_NTP_PollInterval_MappingRoutine, Get_NTP_PollInterval_MappingRoutine};
 
 // Addresses.
 
@@ -153,7 +165,7 @@ static int Answer_SerialNumber(ParamContext *ptContext, const char *pszSerial)
     return 0;
 }
 
-int Get_MAC_MappingRoutine(ParamContext *ptContext)
+static int Get_MAC_MappingRoutine(ParamContext *ptContext)
 {
     char szSerial[14] = "";
     if (Read_Key(szSerial, sizeof szSerial, "system_info_serialnumber") == 0)
@@ -162,18 +174,31 @@ int Get_MAC_MappingRoutine(ParamContext *ptContext)
     syslog(LOG_INFO, "%s: %s: Catch MAC Address again: %s", LOG_IDENTITY, __func__, ptContext->szValue);
     return 0;
 }
+const DispatchRecord g_tNetwork_MAC_Dispatch = {nullptr, nullptr, Get_MAC_MappingRoutine};
 
-int Get_Dhcp_MappingRoutine(ParamContext *ptContext) { return Answer_BooleanKey(ptContext, "network_resetip"); }
+static int Get_Dhcp_MappingRoutine(ParamContext *ptContext) { return Answer_BooleanKey(ptContext, "network_resetip"); }
 
 int Check_Dhcp_Value_Routine(ParamContext *ptContext) { return Rewrite_Boolean(ptContext); }
 
-int Get_StaticIpAddress_MappingRoutine(ParamContext *ptContext)
+static int Set_Dhcp_MappingRoutine(ParamContext *ptContext) { return Write_Key("network_resetip", ptContext->szValue); }
+const DispatchRecord g_tNetwork_Dhcp_Dispatch = {Check_Dhcp_Value_Routine, Set_Dhcp_MappingRoutine,
+                                                 Get_Dhcp_MappingRoutine};
+
+static int Get_StaticIpAddress_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_Text(ptContext, ptContext->pszServerAddr);
 }
 
-int Get_Network_Static_Prefix_Length(ParamContext *ptContext)
+static int Set_StaticIpAddress_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Key("network_ipaddress", ptContext->szValue);
+}
+const DispatchRecord g_tNetwork_StaticIpAddress_Dispatch = {nullptr, Set_StaticIpAddress_MappingRoutine,
+                                                            Get_StaticIpAddress_MappingRoutine};
+
+static int Get_Network_Static_Prefix_Length(ParamContext *ptContext)
 {
     // The address itself stands for the prefix of an IPv6 camera: what drivers of such cameras look for.
     return Answer_Text(ptContext, ptContext->bServerAddrIPv6 == 1 ? ptContext->pszServerAddr : "::");
 }
+const DispatchRecord g_tNetwork_Static_Prefix_Length = {nullptr, nullptr, Get_Network_Static_Prefix_Length};

@@ -2,8 +2,9 @@
 
 #include "common/decimal.h"
 #include "common/int32.h"
+#include "common/log_identity.h"
 #include "mapping/camera_key.h"
-#include "mapping/mapping_routines.h"
+#include "mapping/general.h"
 #include "sidestore/quorvex_xml_parser.h"
 
 #include <math.h>
@@ -68,23 +69,25 @@ int Check_MotionPosition(char *pszPosition, size_t uSize)
     return 0;
 }
 
-int Check_Motion_Position_Routine(ParamContext *ptContext)
+static int Check_Motion_Position_Routine(ParamContext *ptContext)
 {
     // Kept as sent, so that the platform gets its own four numbers back; the camera could not give them.
     Set_MotionROI_Window_to_QuorvexXMLFile(ptContext->iIndex1, ptContext->iIndex2, ptContext->szValue);
     return Check_MotionPosition(ptContext->szValue, sizeof ptContext->szValue);
 }
 
-int Set_Motion_Position_MappingRoutine(ParamContext *ptContext)
+static int Set_Motion_Position_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue,
-                     Make_Key("motion_c%d_win_i%d_polygonstd", ptContext->iIndex1, ptContext->iIndex2).szKey);
+    return Write_Key(Make_Key("motion_c%d_win_i%d_polygonstd", ptContext->iIndex1, ptContext->iIndex2),
+                     ptContext->szValue);
 }
 
-int Get_Motion_Position_MappingRoutine(ParamContext *ptContext)
+static int Get_Motion_Position_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StoredText(ptContext, Get_MotionROI_Window_from_QuorvexXML(ptContext->iIndex1, ptContext->iIndex2));
 }
+const DispatchRecord g_tMotion_Position_Dispatch = {Check_Motion_Position_Routine, Set_Motion_Position_MappingRoutine,
+                                                    Get_Motion_Position_MappingRoutine};
 
 // Thresholds. The camera has one per window, so the on and the off threshold share it.
 
@@ -103,8 +106,8 @@ int Set_MotionOn_Threshold(const char *pszValue, int32_t iChannel, int32_t iWind
     free(pszWindow);
     const int32_t iThreshold = Int32_FromText(pszValue);
     Set_MotionROI_Threshold_to_QuorvexXMLFile(iChannel, iWindow, iThreshold);
-    return Write_KeyNumber(Object_Size(tRectangle, iThreshold),
-                           Make_Key("motion_c%d_win_i%d_objsize", iChannel, iWindow).szKey);
+    return Write_KeyNumber(Make_Key("motion_c%d_win_i%d_objsize", iChannel, iWindow),
+                           Object_Size(tRectangle, iThreshold));
 }
 
 int Get_MotionOnThreshold(ParamContext *ptContext)
@@ -113,7 +116,7 @@ int Get_MotionOnThreshold(ParamContext *ptContext)
                              Get_MotionROI_Threshold_from_QuorvexXML(ptContext->iIndex1, ptContext->iIndex2));
 }
 
-int Set_MotionOnThreshold_MappingRoutine(ParamContext *ptContext)
+static int Set_MotionOnThreshold_MappingRoutine(ParamContext *ptContext)
 {
     Raise_Flag(ptContext, &VideoInStreamInfo::aiMotionOnThresholdSet);
     if (Int32_FromText(ptContext->szValue) == 0)
@@ -121,7 +124,7 @@ int Set_MotionOnThreshold_MappingRoutine(ParamContext *ptContext)
     return Set_MotionOn_Threshold(ptContext->szValue, ptContext->iIndex1, ptContext->iIndex2);
 }
 
-int Set_MotionOffThreshold_MappingRoutine(ParamContext *ptContext)
+static int Set_MotionOffThreshold_MappingRoutine(ParamContext *ptContext)
 {
     // Within one request the on threshold of a window wins.
     if (Is_Raised(ptContext, &VideoInStreamInfo::aiMotionOnThresholdSet))
@@ -129,62 +132,70 @@ int Set_MotionOffThreshold_MappingRoutine(ParamContext *ptContext)
     return Set_MotionOn_Threshold(ptContext->szValue, ptContext->iIndex1, ptContext->iIndex2);
 }
 
-int Get_MotionOnThreshold_MappingRoutine(ParamContext *ptContext) { return Get_MotionOnThreshold(ptContext); }
-int Get_MotionOffThreshold_MappingRoutine(ParamContext *ptContext) { return Get_MotionOnThreshold(ptContext); }
+static int Get_MotionOnThreshold_MappingRoutine(ParamContext *ptContext) { return Get_MotionOnThreshold(ptContext); }
+const DispatchRecord g_tMotion_MotionOnThreshold_Dispatch = {nullptr, Set_MotionOnThreshold_MappingRoutine,
+                                                             Get_MotionOnThreshold_MappingRoutine};
+
+static int Get_MotionOffThreshold_MappingRoutine(ParamContext *ptContext) { return Get_MotionOnThreshold(ptContext); }
+const DispatchRecord g_tMotion_MotionOffThreshold_Dispatch = {nullptr, Set_MotionOffThreshold_MappingRoutine,
+                                                              Get_MotionOffThreshold_MappingRoutine};
 
 // Sensitivity.
 
 int Set_Sensitivity(const char *pszValue, int32_t /*iWindow*/, int32_t iChannel)
 {
-    return Write_Key(pszValue, Make_Key("motion_c%d_win_sensitivity", iChannel).szKey);
+    return Write_Key(Make_Key("motion_c%d_win_sensitivity", iChannel), pszValue);
 }
 
 int Get_MotionSensitivity(char *pszValue, size_t uSize, int32_t iChannel)
 {
-    return Read_Key(pszValue, uSize, Make_Key("motion_c%d_win_sensitivity", iChannel).szKey);
+    return Read_Key(pszValue, uSize, Make_Key("motion_c%d_win_sensitivity", iChannel));
 }
 
-int Set_Sensitivity_MappingRoutine(ParamContext *ptContext)
+static int Set_Sensitivity_MappingRoutine(ParamContext *ptContext)
 {
     const bool bZero = Is_Raised(ptContext, &VideoInStreamInfo::aiMotionOnThresholdZero);
     return Set_Sensitivity(bZero ? "0" : ptContext->szValue, ptContext->iIndex2, ptContext->iIndex1);
 }
 
-int Get_Sensitivity_MappingRoutine(ParamContext *ptContext)
+static int Get_Sensitivity_MappingRoutine(ParamContext *ptContext)
 {
     return Get_MotionSensitivity(ptContext->szValue, sizeof ptContext->szValue, ptContext->iIndex1);
 }
+const DispatchRecord g_tMotion_Sensitivity_Dispatch = {nullptr, Set_Sensitivity_MappingRoutine,
+                                                       Get_Sensitivity_MappingRoutine};
 
 // Switches.
 
-int Set_Motion_Enable_MappingRoutine(ParamContext *ptContext)
+static int Set_Motion_Enable_MappingRoutine(ParamContext *ptContext)
 {
     if (ptContext->szValue[0] == '1')
         ptContext->iMotionEnableOn = 1;
     ptContext->iMotionEnableChannel = ptContext->iIndex1;
     ptContext->iMotionEnablePending = 1;
-    return Write_Key(ptContext->szValue,
-                     Make_Key("motion_c%d_win_i%d_enable", ptContext->iIndex1, ptContext->iIndex2).szKey);
+    return Write_Key(Make_Key("motion_c%d_win_i%d_enable", ptContext->iIndex1, ptContext->iIndex2), ptContext->szValue);
 }
 
 int Get_Motion_Enable(char *pszValue, size_t uSize, int32_t iWindow, int32_t iChannel)
 {
     char szEnable[2] = "";
-    if (Read_Key(szEnable, sizeof szEnable, Make_Key("motion_c%d_win_i%d_enable", iChannel, iWindow).szKey) != 0)
+    if (Read_Key(szEnable, sizeof szEnable, Make_Key("motion_c%d_win_i%d_enable", iChannel, iWindow)) != 0)
         return -1;
     snprintf(pszValue, uSize, "%s", strcmp(szEnable, "1") == 0 ? "true" : "false");
     return 0;
 }
 
-int Get_Motion_Enable_MappingRoutine(ParamContext *ptContext)
+static int Get_Motion_Enable_MappingRoutine(ParamContext *ptContext)
 {
     return Get_Motion_Enable(ptContext->szValue, sizeof ptContext->szValue, ptContext->iIndex2, ptContext->iIndex1);
 }
+const DispatchRecord g_tMotion_Enable_Dispatch = {Check_Dhcp_Value_Routine, Set_Motion_Enable_MappingRoutine,
+                                                  Get_Motion_Enable_MappingRoutine};
 
 int Set_Motion_Capability(ParamContext *ptContext)
 {
-    Write_Key(ptContext->iMotionEnableOn == 1 ? "1" : "0",
-              Make_Key("motion_c%d_enable", ptContext->iMotionEnableChannel).szKey);
+    Write_Key(Make_Key("motion_c%d_enable", ptContext->iMotionEnableChannel),
+              ptContext->iMotionEnableOn == 1 ? "1" : "0");
     ptContext->iMotionEnablePending = 0;
     return 0;
 }
@@ -202,15 +213,16 @@ static int Read_WindowCount(const char *pszRoutine, int32_t *piCount)
     return 0;
 }
 
-int Get_MotionSupported_MappingRoutine(ParamContext *ptContext)
+static int Get_MotionSupported_MappingRoutine(ParamContext *ptContext)
 {
     int32_t iCount = 0;
     if (Read_WindowCount(__func__, &iCount) != 0)
         return -1;
     return Answer_Boolean(ptContext, iCount >= 1);
 }
+const DispatchRecord g_tVideoInput_MotionSupported_Dispatch = {nullptr, nullptr, Get_MotionSupported_MappingRoutine};
 
-int Get_RoiCount_MappingRoutine(ParamContext *ptContext)
+static int Get_RoiCount_MappingRoutine(ParamContext *ptContext)
 {
     int32_t iCount = 0;
     if (Read_WindowCount(__func__, &iCount) != 0)
@@ -221,3 +233,4 @@ int Get_RoiCount_MappingRoutine(ParamContext *ptContext)
     }
     return Answer_Number(ptContext, iCount);
 }
+const DispatchRecord g_tMotion_RoiCount_Dispatch = {nullptr, nullptr, Get_RoiCount_MappingRoutine};

@@ -1,7 +1,7 @@
 /// Motion windows. The platform draws rectangles in normalised coordinates with a threshold each; the camera keeps, per
 /// channel, one switch and one sensitivity, and per window a switch, a polygon in 0 to 9999 coordinates and an object
-/// size. The mapping routines stand in mapping_routines.h; here are the same operations on plain arguments. Channel and
-/// window numbers are zero-based; all return 0 or -1.
+/// size. Beside the records of the parameters, the same operations on plain arguments. Channel and window numbers are
+/// zero-based; all return 0 or -1.
 #pragma once
 
 #include "param/param_context.h"
@@ -25,3 +25,9 @@ int Get_Motion_Enable(char *pszValue, size_t uSize, int32_t iWindow, int32_t iCh
 /// Writes the channel switch that the window switches of this request left pending. The switch follows this request
 /// alone: one window off and none on turns the channel off, whatever its other windows are. Always 0.
 int Set_Motion_Capability(ParamContext *ptContext);
+
+/// Records of the parameter table, one below its routines each.
+extern const DispatchRecord g_tVideoInput_MotionSupported_Dispatch, g_tMotion_RoiCount_Dispatch;
+extern const DispatchRecord g_tMotion_Enable_Dispatch, g_tMotion_Position_Dispatch;
+extern const DispatchRecord g_tMotion_MotionOnThreshold_Dispatch, g_tMotion_MotionOffThreshold_Dispatch;
+extern const DispatchRecord g_tMotion_Sensitivity_Dispatch;

@@ -2,8 +2,8 @@
 
 #include "common/daemon_socket.h"
 #include "common/int32.h"
+#include "common/log_identity.h"
 #include "mapping/camera_key.h"
-#include "mapping/mapping_routines.h"
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -144,12 +144,13 @@ int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char
     return iResult;
 }
 
-int Get_PTZ_EntityCount_MappingRoutine(ParamContext *ptContext)
+static int Get_PTZ_EntityCount_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_Text(ptContext, ptContext->bPtzDaemonRunning == 1 ? "1" : "0");
 }
+const DispatchRecord g_tPTZ_EntityCount_Dispatch = {nullptr, nullptr, Get_PTZ_EntityCount_MappingRoutine};
 
-int Get_PTZ_Capability_CommandList_MappingRoutine(ParamContext *ptContext)
+static int Get_PTZ_Capability_CommandList_MappingRoutine(ParamContext *ptContext)
 {
     if (ptContext->bPtzDaemonRunning != 1)
         return -1;
@@ -159,63 +160,78 @@ int Get_PTZ_Capability_CommandList_MappingRoutine(ParamContext *ptContext)
     Cut_LastComma(ptContext);
     return 0;
 }
+const DispatchRecord g_tPTZ_Capability_CommandList_Dispatch = {nullptr, nullptr,
+                                                               Get_PTZ_Capability_CommandList_MappingRoutine};
 
-int Get_PTZ_Capability_PresetNumber_MappingRoutine(ParamContext *ptContext)
+static int Get_PTZ_Capability_PresetNumber_MappingRoutine(ParamContext *ptContext)
 {
     return Is_Supported(PTZ_POSITION) ? Answer_Key(ptContext, "capability_npreset") : Answer_Text(ptContext, "0");
 }
+const DispatchRecord g_tPTZ_Capability_PresetNumber_Dispatch = {nullptr, nullptr,
+                                                                Get_PTZ_Capability_PresetNumber_MappingRoutine};
 
-int Get_PTZ_Capability_PatternNumber_MappingRoutine(ParamContext *ptContext)
+static int Get_PTZ_Capability_PatternNumber_MappingRoutine(ParamContext *ptContext)
 {
     // Not the pattern row: platform drivers expect the four slots of every full PTZ camera.
     return Answer_Text(ptContext, Is_Supported(PTZ_POSITION) ? "4" : "0");
 }
+const DispatchRecord g_tPTZ_Capability_Pattern_Dispatch = {nullptr, nullptr,
+                                                           Get_PTZ_Capability_PatternNumber_MappingRoutine};
 
 // Storage.
 
-int Get_Storage_Capabilities_RecordingControlSupported_MappingRoutine(ParamContext *ptContext)
+static int Get_Storage_Capabilities_RecordingControlSupported_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BooleanKey(ptContext, "capability_supportsd");
 }
+const DispatchRecord g_tStorage_Capabilities_RecordingControlSupported_Dispatch = {
+    nullptr, nullptr, Get_Storage_Capabilities_RecordingControlSupported_MappingRoutine};
 
-int Get_Storage_Device_Capabilities_FormatSupported_MappingRoutine(ParamContext *ptContext)
+static int Get_Storage_Device_Capabilities_FormatSupported_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BooleanKey(ptContext, "capability_supportsd");
 }
+const DispatchRecord g_tStorage_Device_Capabilities_FormatSupported_Dispatch = {
+    nullptr, nullptr, Get_Storage_Device_Capabilities_FormatSupported_MappingRoutine};
 
-int Get_Storage_Device_Capabilities_EntityCount_MappingRoutine(ParamContext *ptContext)
+static int Get_Storage_Device_Capabilities_EntityCount_MappingRoutine(ParamContext *ptContext)
 {
     char szSupported[4] = "";
     if (Read_Key(szSupported, sizeof szSupported, "capability_supportsd") != 0)
         return -1;
     return Answer_Text(ptContext, strcmp(szSupported, "1") == 0 ? "1" : "0");
 }
+const DispatchRecord g_tStorage_Device_Capabilities_EntityCount_Dispatch = {
+    nullptr, nullptr, Get_Storage_Device_Capabilities_EntityCount_MappingRoutine};
 
-int Get_Storage_MappingRoutine(ParamContext *ptContext)
+static int Get_Storage_MappingRoutine(ParamContext *ptContext)
 {
     const bool bCard = Read_KeyNumber<4>("capability_supportsd") == 1;
     const bool bSeamless = Read_KeyNumber<4>("capability_localstorage_seamless") > 0;
     return Answer_Boolean(ptContext, bCard && bSeamless);
 }
+const DispatchRecord g_tVideoInput_StorageSupported_Dispatch = {nullptr, nullptr, Get_Storage_MappingRoutine};
 
 // Digital output. A read answers the camera's word, although a write takes the platform's: drivers expect the
 // difference.
 
-int Check_Do_State_Value_Routine(ParamContext *ptContext)
+static int Check_Do_State_Value_Routine(ParamContext *ptContext)
 {
     static constexpr WordPair STATES[] = {{"open", "open"}, {"close", "grounded"}};
     return Rewrite_Value(ptContext, STATES);
 }
 
-int Set_DO_State_MappingRoutine(ParamContext *ptContext)
+static int Set_DO_State_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, Make_Key("do_i%d_normalstate", ptContext->iIndex1).szKey);
+    return Write_Key(Make_Key("do_i%d_normalstate", ptContext->iIndex1), ptContext->szValue);
 }
 
-int Get_DO_State_MappingRoutine(ParamContext *ptContext)
+static int Get_DO_State_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, Make_Key("do_i%d_normalstate", ptContext->iIndex1).szKey);
+    return Answer_Key(ptContext, Make_Key("do_i%d_normalstate", ptContext->iIndex1));
 }
+const DispatchRecord g_tDO_State_Dispatch = {Check_Do_State_Value_Routine, Set_DO_State_MappingRoutine,
+                                             Get_DO_State_MappingRoutine};
 
 // Analytics.
 
@@ -287,7 +303,7 @@ int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_
     return Ask_Analytics(ptContext, acRequest, sizeof acRequest, pcReply, uSize);
 }
 
-int Get_VideoInput_Capabilities_PeopleCount_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Capabilities_PeopleCount_MappingRoutine(ParamContext *ptContext)
 {
     char szBuffer[256] = "";
     if (Quorvex_TCPSocketClient(ptContext) != 0)
@@ -295,6 +311,8 @@ int Get_VideoInput_Capabilities_PeopleCount_MappingRoutine(ParamContext *ptConte
     Quorvex_GetPeopleCount_Value(ptContext, szBuffer, sizeof szBuffer);
     return Answer_Boolean(ptContext, strstr(szBuffer, "3D-counting") != nullptr);
 }
+const DispatchRecord g_tVideoInput_Capability_PeopleCounting_Dispatch = {
+    nullptr, nullptr, Get_VideoInput_Capabilities_PeopleCount_MappingRoutine};
 
 // Custom events.
 
@@ -312,7 +330,7 @@ static void Append_Events(ParamContext *ptContext, const char *pszText, const Ev
             Append_Answer(ptContext, tWord.pszEvent);
 }
 
-int Get_CustomEventList_MappingRoutine(ParamContext *ptContext)
+static int Get_CustomEventList_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr EventWord TAMPERING[] = {
         {"toodark", "Too Dark,"}, {"toobright", "Too Bright,"}, {"tooblurry", "Too Blurry,"}};
@@ -337,3 +355,4 @@ int Get_CustomEventList_MappingRoutine(ParamContext *ptContext)
     Cut_LastComma(ptContext);
     return 0;
 }
+const DispatchRecord g_tCustomEvent_List_Dispatch = {nullptr, nullptr, Get_CustomEventList_MappingRoutine};

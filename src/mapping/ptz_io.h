@@ -53,3 +53,12 @@ int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char
 int Quorvex_TCPSocketClient(ParamContext *ptContext);
 int Quorvex_GetPeopleCount_Value(ParamContext *ptContext, char *pcBuffer, size_t uSize);
 int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_t uSize);
+
+/// Records of the parameter table, one below its routines each.
+extern const DispatchRecord g_tStorage_Capabilities_RecordingControlSupported_Dispatch;
+extern const DispatchRecord g_tStorage_Device_Capabilities_EntityCount_Dispatch;
+extern const DispatchRecord g_tStorage_Device_Capabilities_FormatSupported_Dispatch;
+extern const DispatchRecord g_tVideoInput_Capability_PeopleCounting_Dispatch, g_tDO_State_Dispatch;
+extern const DispatchRecord g_tCustomEvent_List_Dispatch, g_tVideoInput_StorageSupported_Dispatch;
+extern const DispatchRecord g_tPTZ_EntityCount_Dispatch, g_tPTZ_Capability_CommandList_Dispatch;
+extern const DispatchRecord g_tPTZ_Capability_PresetNumber_Dispatch, g_tPTZ_Capability_Pattern_Dispatch;

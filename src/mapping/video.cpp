@@ -1,9 +1,9 @@
 #include "mapping/video.h"
 
 #include "common/int32.h"
+#include "common/log_identity.h"
 #include "conflib/cdf_range.h"
 #include "mapping/camera_key.h"
-#include "mapping/mapping_routines.h"
 #include "mapping/ptz_io.h"
 #include "sidestore/quorvex_xml_parser.h"
 
@@ -58,7 +58,7 @@ static int Fill_StreamTable(ParamContext *ptContext, int32_t iChannels, int32_t 
         for (int32_t iStream = 0; iStream < iStreams; ++iStream) {
             char szCodecType[10] = "";
             if (Read_KeyOrLog(szCodecType, sizeof szCodecType,
-                              Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream).szKey) != 0)
+                              Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream)) != 0)
                 return -1;
             if (iChannel < VIDEO_CHANNEL_MAX)
                 Add_Stream(&ptContext->atVideoInStream[iChannel], iStream, szCodecType);
@@ -125,12 +125,31 @@ static int Answer_StreamCount(ParamContext *ptContext, VideoCodec eCodec)
     return Answer_Number(ptContext, Get_VideoInStream(ptContext)->*g_tVideoCodec[eCodec].piCount);
 }
 
-int Get_H264_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_StreamCount(ptContext, CODEC_H264); }
-int Get_HEVC_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_StreamCount(ptContext, CODEC_HEVC); }
-int Get_MPEG4_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_StreamCount(ptContext, CODEC_MPEG4); }
-int Get_MJPEG_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_StreamCount(ptContext, CODEC_MJPEG); }
+static int Get_H264_EntityCount_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_StreamCount(ptContext, CODEC_H264);
+}
+const DispatchRecord g_tVideoInput_H264_Stream_Num_Dispatch = {nullptr, nullptr, Get_H264_EntityCount_MappingRoutine};
 
-int Get_VideoInput_CodecList_MappingRoutine(ParamContext *ptContext)
+static int Get_HEVC_EntityCount_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_StreamCount(ptContext, CODEC_HEVC);
+}
+const DispatchRecord g_tVideoInput_HEVC_Stream_Num_Dispatch = {nullptr, nullptr, Get_HEVC_EntityCount_MappingRoutine};
+
+static int Get_MPEG4_EntityCount_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_StreamCount(ptContext, CODEC_MPEG4);
+}
+const DispatchRecord g_tVideoInput_MPEG4_Stream_Num_Dispatch = {nullptr, nullptr, Get_MPEG4_EntityCount_MappingRoutine};
+
+static int Get_MJPEG_EntityCount_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_StreamCount(ptContext, CODEC_MJPEG);
+}
+const DispatchRecord g_tVideoInput_MJPEG_Stream_Num_Dispatch = {nullptr, nullptr, Get_MJPEG_EntityCount_MappingRoutine};
+
+static int Get_VideoInput_CodecList_MappingRoutine(ParamContext *ptContext)
 {
     for (const VideoCodecInfo &tCodec : g_tVideoCodec) {
         if (Get_VideoInStream(ptContext)->*tCodec.piCount < 1)
@@ -141,6 +160,7 @@ int Get_VideoInput_CodecList_MappingRoutine(ParamContext *ptContext)
     Cut_LastComma(ptContext);
     return 0;
 }
+const DispatchRecord g_tVideoInput_CodecList_Dispatch = {nullptr, nullptr, Get_VideoInput_CodecList_MappingRoutine};
 
 int Answer_AccessName(ParamContext *ptContext, int32_t iStream, const char *pszRoutine)
 {
@@ -148,19 +168,20 @@ int Answer_AccessName(ParamContext *ptContext, int32_t iStream, const char *pszR
     if (Read_KeyOrLog(szCount, sizeof szCount, "capability_nmediastream") != 0)
         return -1;
     const int32_t iName = Int32_Add(iStream, Int32_Multiply(ptContext->iIndex1, Int32_FromText(szCount)));
-    if (Answer_Key(ptContext, Make_Key("network_rtsp_s%d_accessname", iName).szKey) == 0)
+    if (Answer_Key(ptContext, Make_Key("network_rtsp_s%d_accessname", iName)) == 0)
         return 0;
     ptContext->szValue[0] = '\0';
     syslog(LOG_INFO, "%s: %s: unable to get network_rtsp_s%d_accessname\n", LOG_IDENTITY, pszRoutine, iName);
     return 1;
 }
 
-int Get_VideoInput_AccessName_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_AccessName_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     // The platform takes an empty path, not an error, for a stream without a name.
     return Answer_AccessName(ptContext, ptContext->iStreamNum, __func__) < 0 ? -1 : 0;
 }
+const DispatchRecord g_tNetwork_RTSP_AccessName_Dispatch = {nullptr, nullptr, Get_VideoInput_AccessName_MappingRoutine};
 
 int FindMinNbrInList(char *pszList, const char *pszDelimiters, int32_t *piMinimum)
 {
@@ -183,50 +204,40 @@ int FindMinNbrInList(char *pszList, const char *pszDelimiters, int32_t *piMinimu
 
 // Encoding: every routine resolves the stream first and works on its keys.
 
-/// Reads "videoin_c%d_s%d_<codec>_<item>" of the current stream; a failure is logged.
-static int Read_StreamKey(const ParamContext *ptContext, char *pszText, size_t uSize, const char *pszItem)
+/// A key of the current stream and its codec.
+static CameraKey Stream_Key(const ParamContext *ptContext, const char *pszItem)
 {
-    return Read_KeyOrLog(
-        pszText, uSize,
-        Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, pszItem)
-            .szKey);
-}
-
-static int Write_StreamKey(const ParamContext *ptContext, const char *pszValue, const char *pszItem)
-{
-    return Write_Key(pszValue, Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum,
-                                        ptContext->szCodec, pszItem)
-                                   .szKey);
+    return Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, pszItem);
 }
 
 /// Answers or writes a stream key as it is.
 static int Answer_StreamKey(ParamContext *ptContext, const char *pszItem)
 {
     Get_VideoInput_StreamNum(ptContext);
-    return Read_StreamKey(ptContext, ptContext->szValue, sizeof ptContext->szValue, pszItem);
+    return Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue, Stream_Key(ptContext, pszItem));
 }
 
 static int Write_StreamValue(ParamContext *ptContext, const char *pszItem)
 {
     Get_VideoInput_StreamNum(ptContext);
-    return Write_StreamKey(ptContext, ptContext->szValue, pszItem);
+    return Write_Key(Stream_Key(ptContext, pszItem), ptContext->szValue);
 }
 
-int Get_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue,
-                  Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum).szKey);
+                  Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum));
     return 0;
 }
 
-int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr char QCIF[] = "QCIF";
     Get_VideoInput_StreamNum(ptContext);
     char szList[STORED_SIZE] = "";
     if (Read_Key(szList, sizeof szList, "capability_videoin_resolution") != 0 &&
-        Read_Key(szList, sizeof szList, Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1).szKey) != 0)
+        Read_Key(szList, sizeof szList, Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1)) != 0)
         return -1;
     if (strstr(szList, ptContext->szValue) == nullptr)
         return -1;
@@ -236,33 +247,42 @@ int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
     return Answer_Text(ptContext, "176x144");
 }
 
-int Set_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
-    return Write_Key(ptContext->szValue,
-                     Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum).szKey);
+    return Write_Key(Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum),
+                     ptContext->szValue);
 }
+const DispatchRecord g_tVideoInput_Resolution_Dispatch = {Check_VideoInput_Resolution_MappingRoutine,
+                                                          Set_VideoInput_Resolution_MappingRoutine,
+                                                          Get_VideoInput_Resolution_MappingRoutine};
 
-int Get_VideoInput_Capability_Resolution_List_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Capability_Resolution_List_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     char szMode[4] = "";
-    if (Read_KeyOrLog(szMode, sizeof szMode, Make_Key("capability_videoin_c%d_mode", ptContext->iIndex1).szKey) != 0)
+    if (Read_KeyOrLog(szMode, sizeof szMode, Make_Key("capability_videoin_c%d_mode", ptContext->iIndex1)) != 0)
         return -1;
     // The key counts streams as the platform does, per codec, not as the camera does.
     if (Answer_Key(ptContext, Make_Key("capability_videoin_c%d_mode%s_defaultsetting_s%d_resolutionlist",
-                                       ptContext->iIndex1, szMode, ptContext->iIndex2)
-                                  .szKey) == 0)
+                                       ptContext->iIndex1, szMode, ptContext->iIndex2)) == 0)
         return 0;
     return Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue,
-                         Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1).szKey);
+                         Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Resolution_List_Dispatch = {
+    nullptr, nullptr, Get_VideoInput_Capability_Resolution_List_MappingRoutine};
 
-int Get_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext) { return Answer_StreamKey(ptContext, "maxframe"); }
-int Set_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext)
+{
+    return Answer_StreamKey(ptContext, "maxframe");
+}
+static int Set_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext)
 {
     return Write_StreamValue(ptContext, "maxframe");
 }
+const DispatchRecord g_tVideoInput_FrameRate_Dispatch = {nullptr, Set_VideoInput_FrameRate_MappingRoutine,
+                                                         Get_VideoInput_FrameRate_MappingRoutine};
 
 /// Answers "1,2,...,iMaximum", as far as whole numbers fit.
 static void Answer_CountTo(ParamContext *ptContext, int32_t iMaximum)
@@ -278,56 +298,56 @@ static void Answer_CountTo(ParamContext *ptContext, int32_t iMaximum)
     }
 }
 
-int Get_VideoInput_FrameRate_List_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_FrameRate_List_MappingRoutine(ParamContext *ptContext)
 {
     constexpr int32_t DEFAULT_MAXIMUM = 30;
     Get_VideoInput_StreamNum(ptContext);
     int32_t iMaximum = DEFAULT_MAXIMUM;
     char szList[64] = "";
-    if ((Read_Key(szList, sizeof szList, Make_Key("capability_videoin_%s_maxframerate", ptContext->szCodec).szKey) ==
-             0 ||
+    if ((Read_Key(szList, sizeof szList, Make_Key("capability_videoin_%s_maxframerate", ptContext->szCodec)) == 0 ||
          Read_Key(szList, sizeof szList,
-                  Make_Key("capability_videoin_c%d_%s_maxframerate", ptContext->iIndex1, ptContext->szCodec).szKey) ==
-             0) &&
+                  Make_Key("capability_videoin_c%d_%s_maxframerate", ptContext->iIndex1, ptContext->szCodec)) == 0) &&
         FindMinNbrInList(szList, ",", &iMaximum) != 0)
         return -1;
     Answer_CountTo(ptContext, iMaximum);
     return 0;
 }
+const DispatchRecord g_tVideoInput_FrameRate_List_Dispatch = {nullptr, nullptr,
+                                                              Get_VideoInput_FrameRate_List_MappingRoutine};
 
 /// The platform speaks kbit/s, the camera bit/s.
 static constexpr int32_t BITS_PER_KBIT = 1000;
 
-int Check_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     return Rewrite_ScaledValue(ptContext, BITS_PER_KBIT);
 }
 
-int Set_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     Write_StreamValue(ptContext, "bitrate");
-    return Write_StreamKey(ptContext, ptContext->szValue, "maxvbrbitrate");
+    return Write_Key(Stream_Key(ptContext, "maxvbrbitrate"), ptContext->szValue);
 }
 
-int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     char szMode[STORED_SIZE] = "";
-    Read_StreamKey(ptContext, szMode, sizeof szMode, "ratecontrolmode");
+    Read_KeyOrLog(szMode, sizeof szMode, Stream_Key(ptContext, "ratecontrolmode"));
     const char *pszItem = "ratecontrolmode";
     if (strstr(szMode, "cbr") != nullptr)
         pszItem = "bitrate";
     else if (strstr(szMode, "vbr") != nullptr)
         pszItem = "maxvbrbitrate";
     char szBitRate[sizeof ptContext->szValue] = "";
-    if (Read_Key(
-            szBitRate, sizeof szBitRate,
-            Make_Key("videoin_c%d_s%d_%s_%s", ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, pszItem)
-                .szKey) != 0)
+    if (Read_Key(szBitRate, sizeof szBitRate, Stream_Key(ptContext, pszItem)) != 0)
         syslog(LOG_INFO, "unable to get %s's bitrate\n", ptContext->szCodec);
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
+const DispatchRecord g_tVideoInput_Bitrate_Dispatch = {Check_VideoInput_BitRate_MappingRoutine,
+                                                       Set_VideoInput_BitRate_MappingRoutine,
+                                                       Get_VideoInput_BitRate_MappingRoutine};
 
 /// Answers one bound of the bit-rate range, or the default where the camera describes none.
 static int Answer_BitRateBound(ParamContext *ptContext, float QuorvexFloatRange::*pfBound, const char *pszDefault)
@@ -339,15 +359,17 @@ static int Answer_BitRateBound(ParamContext *ptContext, float QuorvexFloatRange:
     return Answer_Number(ptContext, Int32_FromDouble(static_cast<double>(tRange.*pfBound)) / BITS_PER_KBIT);
 }
 
-int Get_VideoInput_MaxBitrate_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_MaxBitrate_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BitRateBound(ptContext, &QuorvexFloatRange::fUpper, "8000");
 }
+const DispatchRecord g_tVideoInput_MaxBitrate_Dispatch = {nullptr, nullptr, Get_VideoInput_MaxBitrate_MappingRoutine};
 
-int Get_VideoInput_MinBitrate_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_MinBitrate_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BitRateBound(ptContext, &QuorvexFloatRange::fLower, "4");
 }
+const DispatchRecord g_tVideoInput_MinBitrate_Dispatch = {nullptr, nullptr, Get_VideoInput_MinBitrate_MappingRoutine};
 
 /// The camera's intra period, in milliseconds, that comes nearest from above.
 static int32_t Choose_IntraPeriod(int32_t iPeriod)
@@ -359,7 +381,7 @@ static int32_t Choose_IntraPeriod(int32_t iPeriod)
     return 4000;
 }
 
-int Check_VideoInput_GopSize_Routin(ParamContext *ptContext)
+static int Check_VideoInput_GopSize_Routin(ParamContext *ptContext)
 {
     constexpr int32_t GOP_MAX = 600;
     Get_VideoInput_StreamNum(ptContext);
@@ -369,7 +391,7 @@ int Check_VideoInput_GopSize_Routin(ParamContext *ptContext)
     // The platform gets its own number back later, even when the camera cannot be set.
     Set_VideoGOP_to_QuorvexXMLFile(ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec, iGOP);
     char szFrameRate[STORED_SIZE] = "";
-    if (Read_StreamKey(ptContext, szFrameRate, sizeof szFrameRate, "maxframe") != 0)
+    if (Read_KeyOrLog(szFrameRate, sizeof szFrameRate, Stream_Key(ptContext, "maxframe")) != 0)
         return -1;
     const int32_t iFrameRate = Int32_FromText(szFrameRate);
     if (iFrameRate == 0)
@@ -377,68 +399,76 @@ int Check_VideoInput_GopSize_Routin(ParamContext *ptContext)
     return Answer_Number(ptContext, Choose_IntraPeriod(1000 * iGOP / iFrameRate));
 }
 
-int Set_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
 {
     return Write_StreamValue(ptContext, "intraperiod");
 }
 
-int Get_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     return Answer_StoredText(
         ptContext, Get_VideoGOP_from_QuorvexXML(ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec));
 }
+const DispatchRecord g_tVideoInput_GopSize_Dispatch = {
+    Check_VideoInput_GopSize_Routin, Set_VideoInput_GopSize_MappingRoutine, Get_VideoInput_GopSize_MappingRoutine};
 
-int Check_VideoInput_Quality_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Quality_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     return Int32_FromText(ptContext->szValue) == 0 ? Answer_Text(ptContext, "1") : 0;
 }
 
-int Set_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
-    Write_StreamKey(ptContext, "100", "quant");
-    return Write_StreamKey(ptContext, ptContext->szValue, "qpercent");
+    Write_Key(Stream_Key(ptContext, "quant"), "100");
+    return Write_Key(Stream_Key(ptContext, "qpercent"), ptContext->szValue);
 }
 
-int Get_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StreamKey(ptContext, "qpercent");
 }
+const DispatchRecord g_tVideoInput_ImageQuality_Dispatch = {Check_VideoInput_Quality_MappingRoutine,
+                                                            Set_VideoInput_ImageQuality_MappingRoutine,
+                                                            Get_VideoInput_ImageQuality_MappingRoutine};
 
-int Check_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr WordPair MODES[] = {{"vbr", "vbr"}, {"cbr", "cbr"}};
     Get_VideoInput_StreamNum(ptContext);
     return Rewrite_Value(ptContext, MODES);
 }
 
-int Set_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
 {
     return Write_StreamValue(ptContext, "ratecontrolmode");
 }
 
-int Get_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StreamKey(ptContext, "ratecontrolmode");
 }
+const DispatchRecord g_tVideoInput_BitRateMode_Dispatch = {Check_VideoInput_BitRateMode_MappingRoutine,
+                                                           Set_VideoInput_BitRateMode_MappingRoutine,
+                                                           Get_VideoInput_BitRateMode_MappingRoutine};
 
 static constexpr WordPair PRIORITIES[] = {{"quality", "imagequality"}, {"fps", "framerate"}};
 
-int Check_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     Rewrite_Value(ptContext, PRIORITIES);
     return 0;
 }
 
-int Set_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
 {
     return Write_StreamValue(ptContext, "prioritypolicy");
 }
 
-int Get_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
 {
     if (Answer_StreamKey(ptContext, "prioritypolicy") != 0)
         return -1;
@@ -447,28 +477,37 @@ int Get_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
             return Answer_Text(ptContext, tPriority.pszPlatform);
     return 0;
 }
+const DispatchRecord g_tVideoInput_BitRateModePriority_Dispatch = {Check_VideoInput_BitRateModePriority_MappingRoutine,
+                                                                   Set_VideoInput_BitRateModePriority_MappingRoutine,
+                                                                   Get_VideoInput_BitRateModePriority_MappingRoutine};
 
 static constexpr WordPair PROFILES[] = {{"baseline", "0"}, {"main", "1"}, {"high", "2"}};
 
-int Check_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     return Rewrite_Value(ptContext, PROFILES);
 }
 
-int Set_VideoInput_Profile_MappingRoutine(ParamContext *ptContext) { return Write_StreamValue(ptContext, "profile"); }
+static int Set_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_StreamValue(ptContext, "profile");
+}
 
-int Get_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
     char szProfile[STORED_SIZE] = "";
-    if (Read_StreamKey(ptContext, szProfile, sizeof szProfile, "profile") != 0)
+    if (Read_KeyOrLog(szProfile, sizeof szProfile, Stream_Key(ptContext, "profile")) != 0)
         return -1;
     const int32_t iProfile = Int32_FromText(szProfile);
     if (iProfile < 0 || iProfile >= static_cast<int32_t>(sizeof PROFILES / sizeof PROFILES[0]))
         return -1;
     return Answer_Text(ptContext, PROFILES[iProfile].pszPlatform);
 }
+const DispatchRecord g_tNetwork_RTSP_H264_Profile_Dispatch = {Check_VideoInput_Profile_MappingRoutine,
+                                                              Set_VideoInput_Profile_MappingRoutine,
+                                                              Get_VideoInput_Profile_MappingRoutine};
 
 // Image, rotation, tampering, storage device: per channel, no stream involved.
 
@@ -484,60 +523,75 @@ static int Check_KeptPercent(ParamContext *ptContext, int (*pfnKeep)(int32_t iCh
 /// The plain value goes first, and only the percentage decides.
 static int Write_Percent(ParamContext *ptContext, const char *pszItem)
 {
-    Write_Key("100", Make_Key("image_c%d_%s", ptContext->iIndex1, pszItem).szKey);
-    return Write_Key(ptContext->szValue, Make_Key("image_c%d_%spercent", ptContext->iIndex1, pszItem).szKey);
+    Write_Key(Make_Key("image_c%d_%s", ptContext->iIndex1, pszItem), "100");
+    return Write_Key(Make_Key("image_c%d_%spercent", ptContext->iIndex1, pszItem), ptContext->szValue);
 }
 
-int Check_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
 {
     return Check_KeptPercent(ptContext, Set_VideoBrightness_to_QuorvexXMLFile);
 }
 
-int Set_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext) { return Write_Percent(ptContext, "brightness"); }
+static int Set_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Percent(ptContext, "brightness");
+}
 
-int Get_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Brightness_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StoredText(ptContext, Get_VideoBrightness_from_QuorvexXML(ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Brightness_Dispatch = {Check_VideoInput_Brightness_MappingRoutine,
+                                                          Set_VideoInput_Brightness_MappingRoutine,
+                                                          Get_VideoInput_Brightness_MappingRoutine};
 
-int Check_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext)
 {
     return Check_KeptPercent(ptContext, Set_VideoContrast_to_QuorvexXMLFile);
 }
 
-int Set_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext) { return Write_Percent(ptContext, "contrast"); }
+static int Set_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext)
+{
+    return Write_Percent(ptContext, "contrast");
+}
 
-int Get_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Contrast_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StoredText(ptContext, Get_VideoContrast_from_QuorvexXML(ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Contrast_Dispatch = {Check_VideoInput_Contrast_MappingRoutine,
+                                                        Set_VideoInput_Contrast_MappingRoutine,
+                                                        Get_VideoInput_Contrast_MappingRoutine};
 
-int Check_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 {
     return Value_InRange(ptContext, 0, 100) ? 0 : -1;
 }
 
-int Set_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 {
     const int32_t iChannel = ptContext->iIndex1;
     const int32_t iSaturation = Int32_FromText(ptContext->szValue);
     char szPercent[8] = "";
-    if (Read_Key(szPercent, sizeof szPercent, Make_Key("image_c%d_saturationpercent", iChannel).szKey) != 0) {
+    if (Read_Key(szPercent, sizeof szPercent, Make_Key("image_c%d_saturationpercent", iChannel)) != 0) {
         // A camera without the percent key knows -5 to 5.
         Set_VideoSaturation_to_QuorvexXMLFile(iChannel, iSaturation);
-        return Write_KeyNumber((iSaturation - 50) / 10, Make_Key("image_c%d_saturation", iChannel).szKey);
+        return Write_KeyNumber(Make_Key("image_c%d_saturation", iChannel), (iSaturation - 50) / 10);
     }
-    Write_Key(ptContext->szValue, Make_Key("image_c%d_saturationpercent", iChannel).szKey);
+    Write_Key(Make_Key("image_c%d_saturationpercent", iChannel), ptContext->szValue);
     Set_VideoSaturation_to_QuorvexXMLFile(iChannel, iSaturation);
-    return Write_Key("100", Make_Key("image_c%d_saturation", iChannel).szKey);
+    return Write_Key(Make_Key("image_c%d_saturation", iChannel), "100");
 }
 
-int Get_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StoredText(ptContext, Get_VideoSaturation_from_QuorvexXML(ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Saturation_Dispatch = {Check_VideoInput_Saturation_MappingRoutine,
+                                                          Set_VideoInput_Saturation_MappingRoutine,
+                                                          Get_VideoInput_Saturation_MappingRoutine};
 
-int Check_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr int32_t ROTATIONS[] = {0, 90, 180, 270};
     const int32_t iRotation = Int32_FromText(ptContext->szValue);
@@ -547,17 +601,20 @@ int Check_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
     return -1;
 }
 
-int Set_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, Make_Key("videoin_c%d_rotate", ptContext->iIndex1).szKey);
+    return Write_Key(Make_Key("videoin_c%d_rotate", ptContext->iIndex1), ptContext->szValue);
 }
 
-int Get_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Rotation_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, Make_Key("videoin_c%d_rotate", ptContext->iIndex1).szKey);
+    return Answer_Key(ptContext, Make_Key("videoin_c%d_rotate", ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Rotation_Dispatch = {Check_VideoInput_Rotation_MappingRoutine,
+                                                        Set_VideoInput_Rotation_MappingRoutine,
+                                                        Get_VideoInput_Rotation_MappingRoutine};
 
-int Get_VideoInput_Capabilities_Rotation_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Capabilities_Rotation_MappingRoutine(ParamContext *ptContext)
 {
     char szRotation[4] = "";
     if (Read_Key(szRotation, sizeof szRotation, "capability_videoin_c0_rotation") != 0) {
@@ -567,53 +624,69 @@ int Get_VideoInput_Capabilities_Rotation_MappingRoutine(ParamContext *ptContext)
     // 180 is accepted by the check but never listed; platform drivers depend on both.
     return Answer_Text(ptContext, strcmp(szRotation, "1") == 0 ? "0,90,270" : "0");
 }
+const DispatchRecord g_tVideoInput_Capability_Rotation_Dispatch = {nullptr, nullptr,
+                                                                   Get_VideoInput_Capabilities_Rotation_MappingRoutine};
 
-int Check_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext) { return Rewrite_Boolean(ptContext); }
-
-int Set_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, Make_Key("tampering_c%d_enable", ptContext->iIndex1).szKey);
+    return Rewrite_Boolean(ptContext);
 }
 
-int Get_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
 {
-    const int iResult = Answer_BooleanKey(ptContext, Make_Key("tampering_c%d_enable", ptContext->iIndex1).szKey);
+    return Write_Key(Make_Key("tampering_c%d_enable", ptContext->iIndex1), ptContext->szValue);
+}
+
+static int Get_VideoInput_Tampering_Enabled_MappingRoutine(ParamContext *ptContext)
+{
+    const int iResult = Answer_BooleanKey(ptContext, Make_Key("tampering_c%d_enable", ptContext->iIndex1));
     if (iResult != 0)
         syslog(LOG_INFO, "%s - %s: tampering_c%d_enable fail", LOG_IDENTITY, __func__, ptContext->iIndex1);
     return iResult;
 }
+const DispatchRecord g_tVideoInput_Tampering_Enabled_Dispatch = {Check_VideoInput_Tampering_Enabled_MappingRoutine,
+                                                                 Set_VideoInput_Tampering_Enabled_MappingRoutine,
+                                                                 Get_VideoInput_Tampering_Enabled_MappingRoutine};
 
-int Check_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
 {
     return Value_InRange(ptContext, 10, 600) ? 0 : -1;
 }
 
-int Set_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
 {
-    return Write_Key(ptContext->szValue, Make_Key("tampering_c%d_duration", ptContext->iIndex1).szKey);
+    return Write_Key(Make_Key("tampering_c%d_duration", ptContext->iIndex1), ptContext->szValue);
 }
 
-int Get_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Tampering_TriggerDuration_MappingRoutine(ParamContext *ptContext)
 {
-    return Answer_Key(ptContext, Make_Key("tampering_c%d_duration", ptContext->iIndex1).szKey);
+    return Answer_Key(ptContext, Make_Key("tampering_c%d_duration", ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Tampering_TriggerDuration_Dispatch = {
+    Check_VideoInput_Tampering_TriggerDuration_MappingRoutine, Set_VideoInput_Tampering_TriggerDuration_MappingRoutine,
+    Get_VideoInput_Tampering_TriggerDuration_MappingRoutine};
 
-int Get_VideoInput_Capabilities_Tampering_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Capabilities_Tampering_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BooleanKey(ptContext, "capability_tampering");
 }
+const DispatchRecord g_tVideoInput_Capability_Tampering_Dispatch = {
+    nullptr, nullptr, Get_VideoInput_Capabilities_Tampering_MappingRoutine};
 
-int Check_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
+static int Check_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
 {
     return Value_InRange(ptContext, 0, 1) ? 0 : -1;
 }
 
-int Set_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
+static int Set_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
 {
     return Set_StorageDeviceNum_from_QuorvexXML(Int32_FromText(ptContext->szValue));
 }
 
-int Get_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
+static int Get_VideoInput_Storage_DeviceNum_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StoredText(ptContext, Get_StorageDeviceNum_from_QuorvexXML(ptContext->iIndex1));
 }
+const DispatchRecord g_tVideoInput_Storage_DeviceNum_Dispatch = {Check_VideoInput_Storage_DeviceNum_MappingRoutine,
+                                                                 Set_VideoInput_Storage_DeviceNum_MappingRoutine,
+                                                                 Get_VideoInput_Storage_DeviceNum_MappingRoutine};

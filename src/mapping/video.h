@@ -23,3 +23,19 @@ int Answer_AccessName(ParamContext *ptContext, int32_t iStream, const char *pszR
 
 /// The table's record of the current channel; a channel outside the table has no streams.
 const VideoInStreamInfo *Get_VideoInStream(const ParamContext *ptContext);
+
+/// Records of the parameter table, one below its routines each.
+extern const DispatchRecord g_tVideoInput_Capability_Rotation_Dispatch, g_tVideoInput_Capability_Tampering_Dispatch;
+extern const DispatchRecord g_tVideoInput_Storage_DeviceNum_Dispatch, g_tVideoInput_Brightness_Dispatch;
+extern const DispatchRecord g_tVideoInput_Contrast_Dispatch, g_tVideoInput_Rotation_Dispatch;
+extern const DispatchRecord g_tVideoInput_Tampering_Enabled_Dispatch, g_tVideoInput_Tampering_TriggerDuration_Dispatch;
+extern const DispatchRecord g_tVideoInput_Saturation_Dispatch, g_tVideoInput_CodecList_Dispatch;
+extern const DispatchRecord g_tVideoInput_HEVC_Stream_Num_Dispatch, g_tVideoInput_ImageQuality_Dispatch;
+extern const DispatchRecord g_tVideoInput_BitRateModePriority_Dispatch, g_tVideoInput_BitRateMode_Dispatch;
+extern const DispatchRecord g_tVideoInput_FrameRate_List_Dispatch, g_tVideoInput_MinBitrate_Dispatch;
+extern const DispatchRecord g_tVideoInput_MaxBitrate_Dispatch, g_tVideoInput_Resolution_List_Dispatch;
+extern const DispatchRecord g_tVideoInput_Bitrate_Dispatch, g_tVideoInput_GopSize_Dispatch;
+extern const DispatchRecord g_tVideoInput_Resolution_Dispatch, g_tVideoInput_FrameRate_Dispatch;
+extern const DispatchRecord g_tNetwork_RTSP_AccessName_Dispatch, g_tVideoInput_MJPEG_Stream_Num_Dispatch;
+extern const DispatchRecord g_tVideoInput_MPEG4_Stream_Num_Dispatch, g_tVideoInput_H264_Stream_Num_Dispatch;
+extern const DispatchRecord g_tNetwork_RTSP_H264_Profile_Dispatch;

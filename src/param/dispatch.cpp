@@ -8,82 +8,86 @@
 static constexpr int TEMPLATE_MAX_LENGTH = 255;
 static constexpr int INDEX_MAX_COUNT = 2;
 
-static constexpr int PAST_ANY_NAME = TEMPLATE_MAX_LENGTH + 1;
-
-/// Reads a 32-bit number as printf writes it. Stores the number and returns its length; 0 when it is none. *piLooked is
-/// the number of characters looked through, the one behind the number not counted.
-static int Read_Number(const char *pcText, int iRoom, int32_t *piNumber, int *piLooked)
+/// Reads a 32-bit number as printf writes it: no plus sign, no leading zero. Returns its length; 0 when there is none.
+static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
 {
-    const int iSign = iRoom > 0 && pcText[0] == '-' ? 1 : 0;
-    const int64_t lLimit = iSign != 0 ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
+    const bool bNegative = pcText < pcEnd && *pcText == '-';
+    const char *const pcFirst = pcText + (bNegative ? 1 : 0);
+    const int64_t lLimit = bNegative ? -int64_t{INT32_MIN} : INT32_MAX;
     int64_t lNumber = 0;
-    int iEnd = iSign;
-    for (; iEnd < iRoom && pcText[iEnd] >= '0' && pcText[iEnd] <= '9'; ++iEnd)
-        if (lNumber <= lLimit)
-            lNumber = lNumber * 10 + (pcText[iEnd] - '0');
-    *piLooked = iEnd;
-    if (iEnd == iSign || lNumber > lLimit || (pcText[iSign] == '0' && iEnd > 1))
+    const char *pc = pcFirst;
+    for (; pc < pcEnd && *pc >= '0' && *pc <= '9' && lNumber <= lLimit; ++pc)
+        lNumber = lNumber * 10 + (*pc - '0');
+    if (pc == pcFirst || lNumber > lLimit || (*pcFirst == '0' && pc - pcText > 1))
         return 0;
-    *piNumber = static_cast<int32_t>(iSign != 0 ? -lNumber : lNumber);
-    return iEnd;
+    *piNumber = static_cast<int32_t>(bNegative ? -lNumber : lNumber);
+    return static_cast<int>(pc - pcText);
 }
 
-/// Walks template and name on, side by side, as far as the template is long.
-static bool Match_Template(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                           TemplateWalk *ptWalk)
+/// Compares a name with a template as QuorvexDispatchParser does. When they differ, *piAlike is how many of the first
+/// characters another template must have in common with this one to differ from the name in the same way; 0 when that
+/// cannot be told.
+static int Compare_Name(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
+                        int32_t (&aiNumber)[INDEX_MAX_COUNT], int *piAlike)
 {
-    while (ptWalk->iName < iLength && pszTemplate[ptWalk->iTemplate] != '\0') {
-        const char *pcName = pszName + ptWalk->iName;
-        if (ptWalk->iRead < iIndexCount && pszTemplate[ptWalk->iTemplate] == '%') {
-            int iLooked = 0;
-            const int iRoom = iLength - ptWalk->iName;
-            const int iNumberLength = Read_Number(pcName, iRoom, &ptWalk->aiNumber[ptWalk->iRead], &iLooked);
-            if (iNumberLength == 0) {
-                ptWalk->iSeen = iLooked < iRoom ? ptWalk->iName + iLooked : PAST_ANY_NAME;
-                return false;
-            }
-            ++ptWalk->iRead;
-            ptWalk->iTemplate += 2;
-            ptWalk->iName += iNumberLength;
-        } else if (*pcName == pszTemplate[ptWalk->iTemplate]) {
-            ++ptWalk->iTemplate;
-            ++ptWalk->iName;
+    const char *const pcEnd = pszName + iLength;
+    const char *pcTemplate = pszTemplate;
+    const char *pcName = pszName;
+    int iRead = 0;
+    *piAlike = 0;
+    while (pcName < pcEnd && *pcTemplate != '\0') {
+        if (*pcTemplate == '%' && iRead < iIndexCount) {
+            const int iDigits = Read_Number(pcName, pcEnd, &aiNumber[iRead]);
+            if (iDigits == 0)
+                return -1;
+            ++iRead;
+            pcTemplate += 2;
+            pcName += iDigits;
+        } else if (*pcTemplate == *pcName) {
+            ++pcTemplate;
+            ++pcName;
         } else {
-            ptWalk->iSeen = ptWalk->iName;
-            return false;
+            // Behind a number longer than its "%d" a shorter template might have cut the name before this place.
+            if (pcName - pszName <= pcTemplate - pszTemplate)
+                *piAlike = static_cast<int>(pcTemplate - pszTemplate) + 1;
+            return -1;
         }
     }
-    ptWalk->iSeen = PAST_ANY_NAME;
-    return ptWalk->iRead == iIndexCount && (ptWalk->iName == iLength || pszName[ptWalk->iName] == '\0');
+    return iRead == iIndexCount && (pcName == pcEnd || *pcName == '\0') ? 0 : -1;
+}
+
+static int Match_Name(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
+                      ParamContext *ptContext, int *piAlike)
+{
+    int32_t aiNumber[INDEX_MAX_COUNT] = {};
+    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
+        Compare_Name(pszTemplate, pszName, iLength, iIndexCount, aiNumber, piAlike) != 0)
+        return -1;
+    if (iIndexCount >= 1)
+        ptContext->iIndex1 = Int32_Add(aiNumber[0], -1);
+    if (iIndexCount >= 2)
+        ptContext->iIndex2 = Int32_Add(aiNumber[1], -1);
+    return 0;
 }
 
 int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                          ParamContext *ptContext, TemplateWalk *ptWalk)
+                          ParamContext *ptContext)
 {
-    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
-        !Match_Template(pszTemplate, pszName, iLength, iIndexCount, ptWalk))
-        return -1;
-    if (iIndexCount >= 1)
-        ptContext->iIndex1 = Int32_Add(ptWalk->aiNumber[0], -1);
-    if (iIndexCount >= 2)
-        ptContext->iIndex2 = Int32_Add(ptWalk->aiNumber[1], -1);
-    return 0;
+    int iAlike = 0;
+    return Match_Name(pszTemplate, pszName, iLength, iIndexCount, ptContext, &iAlike);
 }
 
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
 {
-    TemplateWalk tWalk = {};
-    for (size_t uEntry = 0; uEntry < g_tDispatchHint.size(); ++uEntry) {
-        // An entry that is like its neighbour beyond the place where the name parted from that one parts from it there,
-        // too; one that is like it up to there goes on from there.
-        const DispatchHint tHint = g_tDispatchHint[uEntry];
-        if (tHint.byShared < tWalk.iTemplate || tHint.byLength <= tWalk.iSeen)
-            tWalk = {};
-        else if (tHint.byShared > tWalk.iTemplate)
+    const char *pszFailed = "";
+    int iAlike = 0;
+    for (const DispatchEntry *ptEntry = g_tDispatchTable; ptEntry->pszName != nullptr; ++ptEntry) {
+        // Entries that begin like the one that has just failed, up to the place where it failed, fail there, too.
+        if (iAlike > 0 && strncmp(ptEntry->pszName, pszFailed, static_cast<size_t>(iAlike)) == 0)
             continue;
-        const DispatchEntry *ptEntry = &g_tDispatchTable[uEntry];
-        if (QuorvexDispatchParser(ptEntry->pszName, pszName, tHint.byLength, ptEntry->iIndexCount, ptContext, &tWalk) ==
-            0)
+        pszFailed = ptEntry->pszName;
+        const int iLength = static_cast<int>(strlen(pszFailed));
+        if (Match_Name(pszFailed, pszName, iLength, ptEntry->iIndexCount, ptContext, &iAlike) == 0)
             return ptEntry;
     }
     return nullptr;

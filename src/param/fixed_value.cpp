@@ -1,77 +1,162 @@
-/// Parameters that are a constant or exactly one camera key. All of them ignore the indexes.
-#include "conflib/configer.h"
-#include "mapping/camera_key.h"
-#include "mapping/mapping_routines.h"
+/// Parameters that are a constant, or one camera key that is read and written without conversion: no check guards it,
+/// so the platform sends the camera's own form. All of them ignore the indexes.
+#include "param/fixed_value.h"
 
+#include "mapping/camera_key.h"
+
+// One line a routine, and below the routines of a parameter its record: check, set, get.
 // clang-format off
 
-// Constants.
-int Get_Always_True_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
-int Get_Always_False_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "false"); }
-int Get_RebootSupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
-int Get_IdentifySupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
-int Get_HttpsSupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
-int Get_ProtocolVersion_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1.00"); }
-int Get_ConfigUrl_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "index.html"); }
-int Get_CompanyName_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "KORALUX"); }
-int Get_RTSP_KeyFrame_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "setparameter"); }
-int Get_VideoInput_Capabilities_SupportedProfiles_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "main,baseline,high"); }
-int Get_VideoInput_ConnetionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "multicast_udp,unicast_udp,http,rtsp_tcp,rtsp_http"); }
-int Get_VideoInput_MJPEG_ConnetionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "http"); }
-int Get_Storage_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "rtsp_tcp"); }
-int Get_Storage_AccessName_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "mod.sdp"); }
-int Get_Storage_Device_Type_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "sd_card"); }
-int Get_Audio_CodecList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "g711"); }
-int Get_Audio_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "unicast_udp,multicast_udp"); }
-int Get_AudioOutput_Capabilities_CodecList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "g711"); }
-int Get_AudioOutput_Capabilities_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "unicast_udp"); }
-int Get_AAC_Capability_SamplingRates_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "8000,16000,32000"); }
-int Get_SerialPort_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
-int Get_SerialPort_Port_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "61234"); }
-int Get_SerialPTZ_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
-int Get_SerialPTZ_SerialPortId_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1"); }
-int Get_SerialPTZ_VideoInputId_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1"); }
-int Get_PTZ_Capability_AuxNumber_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
-int Get_PTZ_Position_Mode_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "Poll"); }
-int Get_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 1); }
-int Get_VideoOutput_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 0); }
-int Get_Sorage_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 5); }
-int Get_VideoInput_DefaultBrightness_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
-int Get_VideoInput_DefaultContrast_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
-int Get_VideoInput_DefaultSaturation_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
+static int Get_FirmwareVersion_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_info_firmwareversion"); }
+const DispatchRecord g_tGeneral_FirmwareVersion_Dispatch = {nullptr, nullptr, Get_FirmwareVersion_MappingRoutine};
 
-// One key, read without conversion.
-int Get_FirmwareVersion_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_info_firmwareversion"); }
-int Get_ModelName_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_info_extendedmodelname"); }
-int Get_UnitName_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_hostname"); }
-int Get_HTTPPort_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_http_port"); }
-int Get_NTP_ServerAddress_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_ntp"); }
-int Get_StaticSubnetMask_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_subnet"); }
-int Get_StaticDefaultGateway_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_router"); }
-int Get_Network_Current_Prefix_Length(ParamContext *ptContext) { return Answer_Key(ptContext, "network_ipv6_addonprefixlen"); }
-int Get_RTSPPort_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_rtsp_port"); }
-int Get_VideoInput_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_nvideoin"); }
-int Get_DI_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_ndi"); }
-int Get_DO_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_ndo"); }
-int Get_SerialPTZ_Protocol_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_serialptz"); }
-int Get_AudioOutput_Capabilities_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_naudioout"); }
+static int Get_ProtocolVersion_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1.00"); }
+const DispatchRecord g_tGeneral_ProtocolVersion_Dispatch = {nullptr, nullptr, Get_ProtocolVersion_MappingRoutine};
 
-// One key, written without conversion: no check guards these, so the platform sends the camera's own form.
-int Set_UnitName_MappingRoutine(ParamContext *ptContext) { return Set_Configer("system_hostname", ptContext->szValue); }
-int Set_HTTPPort_MappingRoutine(ParamContext *ptContext) { return Set_Configer("network_http_port", ptContext->szValue); }
-int Set_NTP_ServerAddress_MappingRoutine(ParamContext *ptContext) { return Set_Configer("system_ntp", ptContext->szValue); }
-int Set_StaticIpAddress_MappingRoutine(ParamContext *ptContext) { return Set_Configer("network_ipaddress", ptContext->szValue); }
-int Set_StaticSubnetMask_MappingRoutine(ParamContext *ptContext) { return Set_Configer("network_subnet", ptContext->szValue); }
-int Set_StaticDefaultGateway_MappingRoutine(ParamContext *ptContext) { return Set_Configer("network_router", ptContext->szValue); }
-int Set_Network_Current_Prefix_Length(ParamContext *ptContext) { return Set_Configer("network_ipv6_addonprefixlen", ptContext->szValue); }
-int Set_Dhcp_MappingRoutine(ParamContext *ptContext) { return Set_Configer("network_resetip", ptContext->szValue); }
-int Set_DateTimeMode_MappingRoutine(ParamContext *ptContext) { return Set_Configer("system_updateinterval", ptContext->szValue); }
+static int Get_ConfigUrl_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "index.html"); }
+const DispatchRecord g_tGeneral_ConfigUrl_Dispatch = {nullptr, nullptr, Get_ConfigUrl_MappingRoutine};
 
-// Accepted without any effect: the platform writes these names, the camera has nothing behind them.
-int Check_UTCDateTime_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
-int Check_NTP_ServerAddress_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
-int Check_SerialPort_Port_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
-int Check_AAC_SamplingRate_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
-int Set_SerialPort_Port_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
-int Set_AAC_SamplingRate_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
+static int Set_UnitName_MappingRoutine(ParamContext *ptContext) { return Write_Key("system_hostname", ptContext->szValue); }
+static int Get_UnitName_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_hostname"); }
+const DispatchRecord g_tGeneral_UnitName_Dispatch = {nullptr, Set_UnitName_MappingRoutine, Get_UnitName_MappingRoutine};
+
+static int Get_CompanyName_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "KORALUX"); }
+const DispatchRecord g_tGeneral_CompanyName_Dispatch = {nullptr, nullptr, Get_CompanyName_MappingRoutine};
+
+static int Get_ModelName_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_info_extendedmodelname"); }
+const DispatchRecord g_tGeneral_ModelName_Dispatch = {nullptr, nullptr, Get_ModelName_MappingRoutine};
+
+static int Get_RebootSupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
+const DispatchRecord g_tGeneral_RebootSupported_Dispatch = {nullptr, nullptr, Get_RebootSupported_MappingRoutine};
+
+static int Get_IdentifySupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
+const DispatchRecord g_tGeneral_IdentifySupported_Dispatch = {nullptr, nullptr, Get_IdentifySupported_MappingRoutine};
+
+static int Check_NTP_ServerAddress_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
+static int Set_NTP_ServerAddress_MappingRoutine(ParamContext *ptContext) { return Write_Key("system_ntp", ptContext->szValue); }
+static int Get_NTP_ServerAddress_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "system_ntp"); }
+const DispatchRecord g_tNetwork_NTP_ServerAddress_Dispatch = {Check_NTP_ServerAddress_MappingRoutine, Set_NTP_ServerAddress_MappingRoutine, Get_NTP_ServerAddress_MappingRoutine};
+
+static int Get_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 1); }
+const DispatchRecord g_tNetwork_EntityCount_Dispatch = {nullptr, nullptr, Get_EntityCount_MappingRoutine};
+
+static int Set_HTTPPort_MappingRoutine(ParamContext *ptContext) { return Write_Key("network_http_port", ptContext->szValue); }
+static int Get_HTTPPort_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_http_port"); }
+const DispatchRecord g_tNetwork_HTTPPort_Dispatch = {nullptr, Set_HTTPPort_MappingRoutine, Get_HTTPPort_MappingRoutine};
+
+static int Get_HttpsSupported_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
+const DispatchRecord g_tNetwork_HttpsSupported_Dispatch = {nullptr, nullptr, Get_HttpsSupported_MappingRoutine};
+
+static int Set_StaticSubnetMask_MappingRoutine(ParamContext *ptContext) { return Write_Key("network_subnet", ptContext->szValue); }
+static int Get_StaticSubnetMask_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_subnet"); }
+const DispatchRecord g_tNetwork_StaticSubnetMask_Dispatch = {nullptr, Set_StaticSubnetMask_MappingRoutine, Get_StaticSubnetMask_MappingRoutine};
+
+static int Set_StaticDefaultGateway_MappingRoutine(ParamContext *ptContext) { return Write_Key("network_router", ptContext->szValue); }
+static int Get_StaticDefaultGateway_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_router"); }
+const DispatchRecord g_tNetwork_StaticDefaultGateway_Dispatch = {nullptr, Set_StaticDefaultGateway_MappingRoutine, Get_StaticDefaultGateway_MappingRoutine};
+
+static int Set_Network_Current_Prefix_Length(ParamContext *ptContext) { return Write_Key("network_ipv6_addonprefixlen", ptContext->szValue); }
+static int Get_Network_Current_Prefix_Length(ParamContext *ptContext) { return Answer_Key(ptContext, "network_ipv6_addonprefixlen"); }
+const DispatchRecord g_tNetwork_Current_Prefix_Length = {nullptr, Set_Network_Current_Prefix_Length, Get_Network_Current_Prefix_Length};
+
+static int Get_Storage_Device_Type_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "sd_card"); }
+const DispatchRecord g_tStorage_Device_Type_Dispatch = {nullptr, nullptr, Get_Storage_Device_Type_MappingRoutine};
+
+static int Get_VideoInput_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_nvideoin"); }
+const DispatchRecord g_tVideoInput_EntityCount_Dispatch = {nullptr, nullptr, Get_VideoInput_EntityCount_MappingRoutine};
+
+static int Get_Always_False_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "false"); }
+const DispatchRecord g_tVideoInput_ChangeAnalogFormatSupported_Dispatch = {nullptr, nullptr, Get_Always_False_MappingRoutine};
+
+static int Get_Always_True_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "true"); }
+const DispatchRecord g_tVideoInput_RtspSupported_Dispatch = {nullptr, nullptr, Get_Always_True_MappingRoutine};
+
+static int Get_RTSP_KeyFrame_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "setparameter"); }
+const DispatchRecord g_tVideoInput_RtspKeyFrameRequest_Dispatch = {nullptr, nullptr, Get_RTSP_KeyFrame_MappingRoutine};
+
+static int Get_VideoInput_DefaultBrightness_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
+const DispatchRecord g_tVideoInput_DefaultBrightness_Dispatch = {nullptr, nullptr, Get_VideoInput_DefaultBrightness_MappingRoutine};
+
+static int Get_VideoInput_DefaultContrast_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
+const DispatchRecord g_tVideoInput_DefaultContrast_Dispatch = {nullptr, nullptr, Get_VideoInput_DefaultContrast_MappingRoutine};
+
+static int Get_VideoInput_DefaultSaturation_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 50); }
+const DispatchRecord g_tVideoInput_DefaultSaturation_Dispatch = {nullptr, nullptr, Get_VideoInput_DefaultSaturation_MappingRoutine};
+
+static int Get_VideoInput_ConnetionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "multicast_udp,unicast_udp,http,rtsp_tcp,rtsp_http"); }
+const DispatchRecord g_tVideoInput_ConnetionTypeList_Dispatch = {nullptr, nullptr, Get_VideoInput_ConnetionTypeList_MappingRoutine};
+
+const DispatchRecord g_tVideoInput_BitRateModeSupported_Dispatch = {nullptr, nullptr, Get_Always_True_MappingRoutine};
+
+static int Get_RTSPPort_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "network_rtsp_port"); }
+const DispatchRecord g_tNetwork_RTSPPort_Dispatch = {nullptr, nullptr, Get_RTSPPort_MappingRoutine};
+
+static int Get_VideoInput_MJPEG_ConnetionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "http"); }
+const DispatchRecord g_tVideoInput_MJPEG_ConnetionTypeList_Dispatch = {nullptr, nullptr, Get_VideoInput_MJPEG_ConnetionTypeList_MappingRoutine};
+
+static int Get_VideoInput_Capabilities_SupportedProfiles_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "main,baseline,high"); }
+const DispatchRecord g_tVideoInput_SupportedProfiles_Dispatch = {nullptr, nullptr, Get_VideoInput_Capabilities_SupportedProfiles_MappingRoutine};
+
+static int Get_Audio_CodecList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "g711"); }
+const DispatchRecord g_tAudio_CodecList_Dispatch = {nullptr, nullptr, Get_Audio_CodecList_MappingRoutine};
+
+static int Get_Audio_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "unicast_udp,multicast_udp"); }
+const DispatchRecord g_tAudio_ConnectionTypeList_Dispatch = {nullptr, nullptr, Get_Audio_ConnectionTypeList_MappingRoutine};
+
+static int Get_AAC_Capability_SamplingRates_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "8000,16000,32000"); }
+const DispatchRecord g_tAudioInput_AAC_Capability_SamplingRates_Dispatch = {nullptr, nullptr, Get_AAC_Capability_SamplingRates_MappingRoutine};
+
+static int Get_DI_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_ndi"); }
+const DispatchRecord g_tDI_EntityCount_Dispatch = {nullptr, nullptr, Get_DI_EntityCount_MappingRoutine};
+
+static int Get_DO_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_ndo"); }
+const DispatchRecord g_tDO_EntityCount_Dispatch = {nullptr, nullptr, Get_DO_EntityCount_MappingRoutine};
+
+static int Get_VideoOutput_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 0); }
+const DispatchRecord g_tVideoOuput_EntityCount_Dispatch = {nullptr, nullptr, Get_VideoOutput_EntityCount_MappingRoutine};
+
+static int Get_Sorage_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Number(ptContext, 5); }
+const DispatchRecord g_tStorage_MaxConcurrentPlaybackSessions_Dispatch = {nullptr, nullptr, Get_Sorage_EntityCount_MappingRoutine};
+
+static int Get_Storage_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "rtsp_tcp"); }
+const DispatchRecord g_tSotrage_ConnectionTypeList = {nullptr, nullptr, Get_Storage_ConnectionTypeList_MappingRoutine};
+
+static int Get_Storage_AccessName_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "mod.sdp"); }
+const DispatchRecord g_tStorage_AccessName_Dispatch = {nullptr, nullptr, Get_Storage_AccessName_MappingRoutine};
+
+static int Get_SerialPort_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
+const DispatchRecord g_tSerialPort_EntityCount_Dispatch = {nullptr, nullptr, Get_SerialPort_EntityCount_MappingRoutine};
+
+// Accepted without any effect: the platform writes the port, the camera has none.
+static int Check_SerialPort_Port_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
+static int Set_SerialPort_Port_MappingRoutine(ParamContext * /*ptContext*/) { return 0; }
+static int Get_SerialPort_Port_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "61234"); }
+const DispatchRecord g_tSerialPort_Port_Dispatch = {Check_SerialPort_Port_MappingRoutine, Set_SerialPort_Port_MappingRoutine, Get_SerialPort_Port_MappingRoutine};
+
+static int Get_SerialPTZ_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
+const DispatchRecord g_tSerialPTZ_EntityCount_Dispatch = {nullptr, nullptr, Get_SerialPTZ_EntityCount_MappingRoutine};
+
+static int Get_SerialPTZ_Protocol_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_serialptz"); }
+const DispatchRecord g_tSerialPTZ_Protocol_Dispatch = {nullptr, nullptr, Get_SerialPTZ_Protocol_MappingRoutine};
+
+static int Get_SerialPTZ_SerialPortId_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1"); }
+const DispatchRecord g_tSerialPTZ_SerialPortId_Dispatch = {nullptr, nullptr, Get_SerialPTZ_SerialPortId_MappingRoutine};
+
+static int Get_SerialPTZ_VideoInputId_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "1"); }
+const DispatchRecord g_tSerialPTZ_VideoInputId_Dispatch = {nullptr, nullptr, Get_SerialPTZ_VideoInputId_MappingRoutine};
+
+static int Get_PTZ_Capability_AuxNumber_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "0"); }
+const DispatchRecord g_tPTZ_Capability_AuxNumber_Dispatch = {nullptr, nullptr, Get_PTZ_Capability_AuxNumber_MappingRoutine};
+
+static int Get_PTZ_Position_Mode_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "Poll"); }
+const DispatchRecord g_tPTZ_Position_Mode_Dispatch = {nullptr, nullptr, Get_PTZ_Position_Mode_MappingRoutine};
+
+static int Get_AudioOutput_Capabilities_EntityCount_MappingRoutine(ParamContext *ptContext) { return Answer_Key(ptContext, "capability_naudioout"); }
+const DispatchRecord g_tAudioOutput_Capabilities_EntityCount_Dispatch = {nullptr, nullptr, Get_AudioOutput_Capabilities_EntityCount_MappingRoutine};
+
+static int Get_AudioOutput_Capabilities_CodecList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "g711"); }
+const DispatchRecord g_tAudioOutput_Capabilities_CodecList_Dispatch = {nullptr, nullptr, Get_AudioOutput_Capabilities_CodecList_MappingRoutine};
+
+static int Get_AudioOutput_Capabilities_ConnectionTypeList_MappingRoutine(ParamContext *ptContext) { return Answer_Text(ptContext, "unicast_udp"); }
+const DispatchRecord g_tAudioOutput_Capabilities_ConnectionTypeList_Dispatch = {nullptr, nullptr, Get_AudioOutput_Capabilities_ConnectionTypeList_MappingRoutine};
 // clang-format on

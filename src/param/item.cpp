@@ -1,4 +1,3 @@
-#include "mapping/mapping_routines.h"
 #include "param/param_state.h"
 
 #include <stdio.h>

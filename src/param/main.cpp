@@ -1,4 +1,4 @@
-#include "mapping/mapping_routines.h"
+#include "common/log_identity.h"
 #include "mapping/video.h"
 #include "param/param_state.h"
 

@@ -1,14 +1,30 @@
 /// The request context: one zero-filled record per run, owned by main and handed to every state routine and mapping
-/// routine. Nothing else is shared between them.
+/// routine. What else outlives a routine stays in its file: the PTZ command groups, and how long a service that hangs
+/// may still be waited for.
 #pragma once
 
 #include <stdint.h>
 
 struct ParamContext;
 
-/// Every check, set, get and state routine is a function of the context. State routines: 0, or -1 for a failure that is
-/// recorded in the context. Mapping routines: see mapping/mapping_routines.h.
+/// Every check, set, get and state routine is a function of the context. State routines return 0, or -1 for a failure
+/// that is recorded in the context. Mapping routines keep to this contract:
+///
+/// kind   reads                        writes                            returns
+/// check  szValue, iIndex1, iIndex2    szValue, in the camera's form     0 accepted, anything else refused
+/// set    szValue, iIndex1, iIndex2    the camera                        0 done, anything else failed
+/// get    iIndex1, iIndex2             szValue, at most 511 characters   0 answered, MAPPING_NOT_SUPPORTED, else failed
+///
+/// Indexes are zero-based and not range-checked before. The reply to a write echoes the value as sent, not szValue.
 using MappingRoutine = int(ParamContext *ptContext);
+constexpr int MAPPING_NOT_SUPPORTED = 2;
+
+/// Routines of a parameter; a missing one is null. Several parameters share one record.
+struct DispatchRecord {
+    MappingRoutine *pfnCheck;
+    MappingRoutine *pfnSet;
+    MappingRoutine *pfnGet;
+};
 
 /// Value of iMethod; 0 until it is known.
 enum ParamMethod : int32_t { METHOD_READ = 1, METHOD_WRITE = 2 };

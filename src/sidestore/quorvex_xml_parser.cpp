@@ -1,6 +1,7 @@
 #include "sidestore/quorvex_xml_parser.h"
 
 #include "common/int32.h"
+#include "common/log_identity.h"
 #include "conflib/snapshot.h"
 #include "conflib/xml_file.h"
 
@@ -14,7 +15,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-static constexpr char LOG_IDENTITY[] = "Quorvex TELP package - param.cgi";
 static constexpr char FILE_FOLDER[] = "/etc/conf.d";
 static constexpr char VIDEO_FILE[] = "/etc/conf.d/config_quorvexVideo.xml";
 static constexpr char MOTION_FILE[] = "/etc/conf.d/config_quorvexMotion.xml";
