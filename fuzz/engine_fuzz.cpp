@@ -60,14 +60,21 @@ static ssize_t Take_Answer(void *pBuffer, size_t uSize)
 }
 
 // In the place of the snapshot lookup.
-int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)
+SnapshotOutcome Configer_LookUp(const char *pszXPath, char *pszOutput, size_t uSize)
 {
     Require(strlen(pszXPath) <= 127 && uSize > 0, "keys and buffers have bounds");
     const ssize_t lLength = Take_Answer(pszOutput, uSize);
-    if (lLength < 0 || static_cast<size_t>(lLength) >= uSize)
-        return -1;
+    if (lLength < 0)
+        return SNAPSHOT_NO_SUCH_KEY;
+    if (static_cast<size_t>(lLength) >= uSize)
+        return SNAPSHOT_DOES_NOT_FIT;
     memset(pszOutput + lLength, 0, uSize - static_cast<size_t>(lLength));
-    return 0;
+    return SNAPSHOT_READ;
+}
+
+int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)
+{
+    return Configer_LookUp(pszXPath, pszOutput, uSize) == SNAPSHOT_READ ? 0 : -1;
 }
 
 static void Check_Set(const std::string &strRequest)
@@ -79,6 +86,7 @@ static void Check_Set(const std::string &strRequest)
     const std::string strText = strRequest.substr(HEAD.size());
     Require(strText.size() <= 127 && strText.find('\0') == std::string::npos, "a set is a text of at most 127");
     const size_t uKey = strText.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_-");
+    Require(strText.find_first_of("\r\n") == std::string::npos, "a set is one line");
     Require(uKey != std::string::npos && strText[uKey] == '=', "a set is key=value");
     Require(std::any_of(std::begin(KEYS), std::end(KEYS), [&](auto psz) { return strText.rfind(psz, 0) == 0; }),
             "the key is one of the product's");
@@ -122,7 +130,10 @@ FILE *__wrap_fopen(const char *pszPath, const char *pszMode)
     return __real_fopen(Map_Path(pszPath, pszMode[0] == 'w'), pszMode);
 }
 
-int __wrap_open(const char *pszPath, int iFlags, ...) { return __real_open(Map_Path(pszPath, false), iFlags, 0600); }
+int __wrap_open(const char *pszPath, int iFlags, ...)
+{
+    return __real_open(Map_Path(pszPath, (iFlags & O_ACCMODE) != O_RDONLY), iFlags, 0600);
+}
 int __wrap_flock(int, int) { return Fails('l') ? (errno = EWOULDBLOCK, -1) : 0; }
 int __wrap_poll(void *, unsigned long, int) { return 0; }
 int __wrap_ioctl(int, unsigned long, ...) { return -1; }

@@ -1,5 +1,6 @@
 // Key lookup in an arbitrary segment. An input is a byte of FaultBits, the size of the output buffer, the key path with
-// its NUL, and the segment: no fault, the semaphore given back, an ended text where the lookup says that there is one.
+// its NUL, and the segment: no fault, the semaphore given back, an ended text where the lookup says that there is one,
+// also in a segment that changes while it is read.
 #include "fuzz.h"
 
 #include "conflib/configer.h"
@@ -18,6 +19,7 @@ enum FaultBits {
     FAULT_ATTACH = 16,
     FAULT_NO_SIZE = 32,
     FAULT_DAEMON = 64,
+    FAULT_CHANGE = 128, // the daemon clears the segment when the semaphore is back
 };
 
 static int g_iFaults, g_iBalance, g_iAttached, g_iSegmentId;
@@ -49,6 +51,8 @@ int __wrap_semtimedop(int, struct sembuf *ptOperation, size_t uCount, const stru
     if (Fail(ptOperation->sem_op < 0 ? FAULT_TAKE : FAULT_GIVE) != 0)
         return -1;
     g_iBalance += ptOperation->sem_op;
+    if (ptOperation->sem_op > 0 && (g_iFaults & FAULT_CHANGE) != 0)
+        std::fill(g_acSegment.begin(), g_acSegment.end(), '\0');
     return 0;
 }
 

@@ -1,28 +1,61 @@
 #include "common/daemon_socket.h"
 
-#include <stddef.h>
+#include "common/deadline.h"
+
+#include <errno.h>
 #include <string.h>
-#include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 
-static struct timeval g_tPatience = {SOCKET_PATIENCE_SECONDS, 0};
-
-void Socket_LimitWait(int iSocket)
+static int Set_Limit(int iSocket, int iOption, int64_t lMilliseconds)
 {
-    setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &g_tPatience, sizeof g_tPatience);
-    setsockopt(iSocket, SOL_SOCKET, SO_RCVTIMEO, &g_tPatience, sizeof g_tPatience);
+    struct timeval tLimit = {};
+    tLimit.tv_sec = static_cast<time_t>(lMilliseconds / 1000);
+    tLimit.tv_usec = static_cast<suseconds_t>(lMilliseconds % 1000 * 1000);
+    return setsockopt(iSocket, SOL_SOCKET, iOption, &tLimit, sizeof tLimit);
 }
 
-void Socket_LosePatience() { g_tPatience.tv_sec = 1; }
-
-int UnixSocket_Connect(int iSocket, const char *pszPath)
+int Socket_LimitWait(int iSocket, SocketPatience tPatience)
 {
-    Socket_LimitWait(iSocket);
+    return Set_Limit(iSocket, SO_SNDTIMEO, tPatience.iMilliseconds) == 0 &&
+                   Set_Limit(iSocket, SO_RCVTIMEO, tPatience.iMilliseconds) == 0
+               ? 0
+               : -1;
+}
+
+/// Makes a call that the socket option iOption limits, again as often as a signal interrupts it.
+template <typename TCall> static ssize_t Call_InTime(int iSocket, int iOption, SocketPatience *ptPatience, TCall tCall)
+{
+    const int64_t lDeadline = Deadline_After(ptPatience->iMilliseconds);
+    ssize_t lResult = tCall();
+    while (lResult < 0 && errno == EINTR) {
+        Set_Limit(iSocket, iOption, Deadline_Left(lDeadline));
+        lResult = tCall();
+    }
+    if (lResult < 0 && (errno == EAGAIN || errno == EINPROGRESS || errno == EALREADY))
+        *ptPatience = SOCKET_IMPATIENCE;
+    return lResult;
+}
+
+int Socket_Connect(int iSocket, const struct sockaddr *ptAddress, socklen_t uLength, SocketPatience *ptPatience)
+{
+    // An interrupted connect that is called again waits on for the same connection.
+    return static_cast<int>(
+        Call_InTime(iSocket, SO_SNDTIMEO, ptPatience, [=] { return connect(iSocket, ptAddress, uLength); }));
+}
+
+ssize_t Socket_Receive(int iSocket, void *pBuffer, size_t uSize, SocketPatience *ptPatience)
+{
+    return Call_InTime(iSocket, SO_RCVTIMEO, ptPatience, [=] { return recv(iSocket, pBuffer, uSize, 0); });
+}
+
+int UnixSocket_Connect(int iSocket, const char *pszPath, SocketPatience *ptPatience)
+{
     struct sockaddr_un tAddress = {};
     tAddress.sun_family = AF_UNIX;
     const size_t uLength = strnlen(pszPath, sizeof tAddress.sun_path);
     memcpy(tAddress.sun_path, pszPath, uLength);
-    return connect(iSocket, reinterpret_cast<const struct sockaddr *>(&tAddress),
-                   static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + uLength));
+    Socket_LimitWait(iSocket, *ptPatience);
+    return Socket_Connect(iSocket, reinterpret_cast<const struct sockaddr *>(&tAddress),
+                          static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + uLength), ptPatience);
 }

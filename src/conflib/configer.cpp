@@ -7,11 +7,10 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 static constexpr char CONFIGER_SOCKET[] = "/tmp/configer";
-static constexpr time_t CONFIGER_TIMEOUT_SECONDS = 10;
+static constexpr SocketPatience CONFIGER_PATIENCE = {10000}; ///< of each read, however many ran out before
 static constexpr size_t REQUEST_SIZE = 8192;
 static constexpr size_t ECHO_SIZE = 1024;
 static constexpr size_t SET_SIZE = 128;
@@ -48,9 +47,15 @@ static int Report_ReadFailure()
     return -1;
 }
 
+static ssize_t Read_InTime(int iSocket, char *pcBuffer, size_t uSize)
+{
+    SocketPatience tPatience = CONFIGER_PATIENCE;
+    return Socket_Receive(iSocket, pcBuffer, uSize, &tPatience);
+}
+
 static int Read_Reply(int iSocket, char *pcReply, size_t uReplySize)
 {
-    const ssize_t lCount = read(iSocket, pcReply, uReplySize);
+    const ssize_t lCount = Read_InTime(iSocket, pcReply, uReplySize);
     if (lCount < 0)
         return Report_ReadFailure();
     return static_cast<size_t>(lCount) == uReplySize ? -1 : 0;
@@ -60,7 +65,7 @@ static int Echo_Reply(int iSocket)
 {
     char szChunk[ECHO_SIZE];
     for (;;) {
-        const ssize_t lCount = read(iSocket, szChunk, sizeof szChunk - 1);
+        const ssize_t lCount = Read_InTime(iSocket, szChunk, sizeof szChunk - 1);
         if (lCount < 0)
             return Report_ReadFailure();
         if (lCount == 0)
@@ -72,7 +77,8 @@ static int Echo_Reply(int iSocket)
 
 static int Exchange(int iSocket, const char *pszText, char *pcReply, size_t uReplySize)
 {
-    if (UnixSocket_Connect(iSocket, CONFIGER_SOCKET) != 0) {
+    static SocketPatience s_tConnectPatience = SOCKET_PATIENCE;
+    if (UnixSocket_Connect(iSocket, CONFIGER_SOCKET, &s_tConnectPatience) != 0) {
         printf("connect failed!");
         return -1;
     }
@@ -81,9 +87,7 @@ static int Exchange(int iSocket, const char *pszText, char *pcReply, size_t uRep
     if (lWritten != static_cast<ssize_t>(uLength))
         printf("write socket %d byte, but return %d\n", static_cast<int>(uLength), static_cast<int>(lWritten));
 
-    struct timeval tTimeout = {};
-    tTimeout.tv_sec = CONFIGER_TIMEOUT_SECONDS;
-    if (setsockopt(iSocket, SOL_SOCKET, SO_RCVTIMEO, &tTimeout, sizeof tTimeout) != 0) {
+    if (Socket_LimitWait(iSocket, CONFIGER_PATIENCE) != 0) {
         printf("Socket option SO_RCVTIMEO not support\n");
         return -1;
     }
@@ -115,6 +119,9 @@ int Set_Configer(const char *pszKey, const char *pszValue)
     if (iDecodedLength <= 0 || iDecodedLength > iLength)
         return -1;
     szPayload[iDecodedLength] = '\0';
+    // The daemon takes one key per line: behind a line end the value could name any other key.
+    if (strpbrk(szPayload, "\r\n") != nullptr)
+        return -1;
 
     ConfigerRequest tRequest = {};
     tRequest.iCommand = CONFIGER_SET;

@@ -29,5 +29,6 @@ struct ConfigerRequest {
 int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uReplySize);
 
 /// Writes one camera key. Key, "=" and value, cut to 127 characters, are escape-decoded and sent as one set request.
-/// Returns the result of the request; -1 without contacting the daemon when nothing is left after decoding.
+/// Returns the result of the request; -1 without contacting the daemon when nothing is left after decoding, or when
+/// what is left holds a line feed or a carriage return.
 int Set_Configer(const char *pszKey, const char *pszValue);

@@ -1,5 +1,6 @@
 #include "conflib/snapshot.h"
 
+#include "common/deadline.h"
 #include "conflib/configer.h"
 #include "sxmlparser/sxmlparser.h"
 
@@ -14,8 +15,8 @@
 static constexpr char CONFIGER_PROGRAM[] = "/usr/sbin/configer";
 static constexpr int CONFIGER_PROJECT = 99;
 static constexpr char KEY_SEPARATOR = '_';
-static constexpr time_t SEMAPHORE_PATIENCE_SECONDS = 10;
-static constexpr long SEMAPHORE_IMPATIENCE_NANOSECONDS = 200000000;
+static constexpr int32_t SEMAPHORE_PATIENCE_MILLISECONDS = 10000;
+static constexpr int32_t SEMAPHORE_IMPATIENCE_MILLISECONDS = 200;
 
 static_assert(sizeof(SnapshotNode) == 36, "nine 32-bit words");
 static_assert(sizeof(void *) != 4 || sizeof(SXMLElement) == sizeof(SnapshotNode), "the daemon publishes SXMLElements");
@@ -25,9 +26,6 @@ struct SnapshotHeader {
     uint32_t dwBase;
     uint32_t dwRoot;
 };
-
-/// How many elements there is room for. An honest walk meets no element twice.
-static uint32_t Element_Room(const SnapshotSegment *ptSegment) { return ptSegment->dwSize / sizeof(SnapshotNode); }
 
 uint32_t MapRealAddr(const SnapshotSegment *ptSegment, uint32_t dwStored) { return dwStored - ptSegment->dwDaemonBase; }
 
@@ -118,8 +116,11 @@ uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size
 {
     SnapshotHeader tHeader;
     memcpy(&tHeader, ptSegment->pcBase, sizeof tHeader);
-    ptSegment->dwStepsLeft = Element_Room(ptSegment);
-    uint32_t dwChild = First_Child(ptSegment, MapRealAddr(ptSegment, tHeader.dwRoot));
+    const uint32_t dwRoot = MapRealAddr(ptSegment, tHeader.dwRoot);
+    uint32_t dwChild = First_Child(ptSegment, dwRoot);
+    // A daemon that has just started has a segment before it has a tree in it.
+    if (dwRoot < sizeof tHeader || dwChild == SNAPSHOT_NONE)
+        ptSegment->bDamaged = true;
     for (;;) {
         const void *pEnd = memchr(pcXPath, KEY_SEPARATOR, uLength);
         const size_t uName = pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - pcXPath) : uLength;
@@ -157,28 +158,17 @@ static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, 
 static SnapshotText Find_Value(SnapshotSegment *ptSegment, const char *pszXPath, uint32_t *pdwValue)
 {
     SnapshotText tXPath = {pszXPath, strlen(pszXPath)};
-    // Aliases that lead in a circle come back to a place that is noted after 1, 3, 7, 15 ... hops; an honest chain of
-    // any length does not.
-    uint32_t dwNoted = SNAPSHOT_NONE;
-    uint32_t dwNextNote = 1;
-    for (uint32_t dwHops = 1;; ++dwHops) {
+    for (bool bAlias = true; bAlias && tXPath.pc != nullptr;) {
         const uint32_t dwElement = GetElementByXPath(ptSegment, tXPath.pc, tXPath.uLength);
-        if (dwElement == SNAPSHOT_NONE || dwElement == dwNoted)
-            break;
-        if (dwHops == dwNextNote) {
-            dwNoted = dwElement;
-            dwNextNote = dwNextNote * 2 + 1;
-        }
+        if (dwElement == SNAPSHOT_NONE)
+            return {nullptr, 0};
         SnapshotNode tNode = {};
-        bool bAlias = false;
         *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &tNode, &bAlias);
         if (*pdwValue == SNAPSHOT_NONE)
-            break;
+            return {nullptr, 0};
         tXPath = Get_Text(ptSegment, tNode.dwText);
-        if (!bAlias || tXPath.pc == nullptr)
-            return tXPath;
     }
-    return {nullptr, 0};
+    return tXPath;
 }
 
 int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
@@ -187,7 +177,6 @@ int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
     SnapshotNode tValue;
     if (!GetRealElement(ptSegment, dwValue, &tValue) || tValue.dwParent == SNAPSHOT_NONE)
         return 0;
-    ptSegment->dwStepsLeft = Element_Room(ptSegment);
     SiblingWalk tWalk = {First_Child(ptSegment, tValue.dwParent), SNAPSHOT_NONE, {}};
     while (Step(ptSegment, &tWalk))
         if (Has_Name(ptSegment, &tWalk.tNode, GETONCE, sizeof GETONCE - 1))
@@ -203,12 +192,19 @@ static int Move_Semaphore(int iSemaphore, short nOperation)
 {
     // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well. The
     // later, short ones still outlast what others ordinarily hold it for.
-    static struct timespec s_tPatience = {SEMAPHORE_PATIENCE_SECONDS, 0};
+    static int32_t s_iPatience = SEMAPHORE_PATIENCE_MILLISECONDS;
+    const int64_t lDeadline = Deadline_After(s_iPatience);
     struct sembuf tOperation = {0, nOperation, SEM_UNDO};
-    if (semtimedop(iSemaphore, &tOperation, 1, &s_tPatience) != -1)
+    int iResult = 0;
+    do {
+        const int64_t lLeft = Deadline_Left(lDeadline);
+        const struct timespec tLeft = {static_cast<time_t>(lLeft / 1000), static_cast<long>(lLeft % 1000 * 1000000)};
+        iResult = semtimedop(iSemaphore, &tOperation, 1, &tLeft);
+    } while (iResult == -1 && errno == EINTR);
+    if (iResult == 0)
         return 0;
     if (errno == EAGAIN)
-        s_tPatience = {0, SEMAPHORE_IMPATIENCE_NANOSECONDS};
+        s_iPatience = SEMAPHORE_IMPATIENCE_MILLISECONDS;
     perror("semop");
     return -1;
 }
@@ -249,7 +245,10 @@ static int Attach_Segment(key_t tKey, SnapshotSegment *ptSegment)
         printf("shmat attach faile. errno = %d %s\n", errno, strerror(errno));
         return -1;
     }
-    *ptSegment = {static_cast<const char *>(pAddress), Get_SegmentSize(iSegment), 0, 0, false};
+    // An honest lookup without aliases meets no element twice.
+    const uint32_t dwSize = Get_SegmentSize(iSegment);
+    const uint32_t dwRoom = dwSize / static_cast<uint32_t>(sizeof(SnapshotNode));
+    *ptSegment = {static_cast<const char *>(pAddress), dwSize, 0, dwRoom, false};
     if (ptSegment->dwSize < sizeof(SnapshotHeader))
         ptSegment->bDamaged = true;
     else
@@ -269,24 +268,24 @@ static int Ask_Daemon(const char *pszXPath, char *pszOutput, size_t uSize)
     return Configer_Control(&tRequest, pszOutput, uSize);
 }
 
-int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)
+SnapshotOutcome Configer_LookUp(const char *pszXPath, char *pszOutput, size_t uSize)
 {
     const key_t tKey = ftok(CONFIGER_PROGRAM, CONFIGER_PROJECT);
     if (tKey == -1) {
         perror("ftok");
-        return -1;
+        return SNAPSHOT_NOT_LOOKED;
     }
     const int iSemaphore = semget(tKey, 1, 0);
     if (iSemaphore == -1) {
         perror("semget");
-        return -1;
+        return SNAPSHOT_NOT_LOOKED;
     }
     if (Take_Semaphore(iSemaphore) != 0)
-        return -1;
+        return SNAPSHOT_NOT_LOOKED;
     SnapshotSegment tSegment;
     if (Attach_Segment(tKey, &tSegment) != 0) {
         g_iKeptSemaphore = iSemaphore;
-        return -1;
+        return SNAPSHOT_NOT_LOOKED;
     }
 
     uint32_t dwValue = SNAPSHOT_NONE;
@@ -295,20 +294,29 @@ int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t 
     if (tText.pc == nullptr || tSegment.bDamaged) {
         Detach_Segment(&tSegment);
         Give_Semaphore(iSemaphore);
-        return -1;
+        return tSegment.bDamaged ? SNAPSHOT_NOT_LOOKED : SNAPSHOT_NO_SUCH_KEY;
     }
     const size_t uCopied = tText.uLength < uSize ? tText.uLength : uSize;
     memcpy(pszOutput, tText.pc, uCopied);
     memset(pszOutput + uCopied, 0, uSize - uCopied);
     if (bAskDaemon) {
         Detach_Segment(&tSegment);
-        return Give_Semaphore(iSemaphore) == 0 ? Ask_Daemon(pszXPath, pszOutput, uSize) : -1;
+        const bool bAnswered = Give_Semaphore(iSemaphore) == 0 && Ask_Daemon(pszXPath, pszOutput, uSize) == 0;
+        return bAnswered ? SNAPSHOT_READ : SNAPSHOT_NOT_LOOKED;
     }
 
-    // The length is compared after the semaphore is back: the daemon is not kept waiting for it.
+    // The length is compared after the semaphore is back: the daemon is not kept waiting for it. What was copied must
+    // have fitted as well, the daemon may have shortened the value meanwhile.
     const bool bGiven = Give_Semaphore(iSemaphore) == 0;
     const size_t uRoom = tSegment.dwSize - static_cast<size_t>(tText.pc - tSegment.pcBase);
-    const bool bFits = bGiven && strnlen(tText.pc, uRoom) < (uSize < uRoom ? uSize : uRoom);
+    const bool bFits = uCopied < uSize && strnlen(tText.pc, uRoom) < (uSize < uRoom ? uSize : uRoom);
     Detach_Segment(&tSegment);
-    return bFits ? 0 : -1;
+    if (!bGiven)
+        return SNAPSHOT_NOT_LOOKED;
+    return bFits ? SNAPSHOT_READ : SNAPSHOT_DOES_NOT_FIT;
+}
+
+int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)
+{
+    return Configer_LookUp(pszXPath, pszOutput, uSize) == SNAPSHOT_READ ? 0 : -1;
 }

@@ -22,8 +22,8 @@ static constexpr WordPair INPUT_TYPES[] = {{"mic", "extmic"}, {"internal", "intm
 
 static int Get_Audio_EntityCount_MappingRoutine(ParamContext *ptContext)
 {
-    char szCount[8] = "";
-    Read_Key(szCount, sizeof szCount, "capability_naudioin");
+    char szCount[8 + 1] = "";
+    Read_CutKey(szCount, sizeof szCount, "capability_naudioin");
     const int32_t iCount = Int32_FromText(szCount);
     // The platform counts the inputs before it listens: reading the count unmutes them all. A count that no camera has
     // must not keep the daemon busy for minutes.
@@ -129,8 +129,8 @@ static constexpr int32_t BITS_PER_KBIT = 1000;
 
 static int Get_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
 {
-    char szBitRate[sizeof ptContext->szValue] = "";
-    Read_Key(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1));
+    char szBitRate[sizeof ptContext->szValue + 1] = "";
+    Read_CutKey(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1));
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
 

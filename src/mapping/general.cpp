@@ -69,10 +69,10 @@ static int Set_UTCDateTime_MappingRoutine(ParamContext *ptContext)
     tParts.tm_min = Two_Digits(ptContext, 14);
     tParts.tm_sec = Two_Digits(ptContext, 17);
     const time_t tStandard = mktime(&tParts);
-    const int64_t lLocal = tStandard + SECONDS_PER_QUARTER * (iZoneIndex / ZONE_UNITS_PER_QUARTER);
-    // The camera's clock has 32 bits: it must not be set to what a time beyond them wraps to.
+    const int64_t lLocal = int64_t{tStandard} + SECONDS_PER_QUARTER * (iZoneIndex / ZONE_UNITS_PER_QUARTER);
+    // Where time_t has 32 bits, the clock must not be set to what a time beyond them wraps to.
     const time_t tLocal = static_cast<time_t>(lLocal);
-    if (tStandard == -1 || tStandard > INT32_MAX || lLocal > INT32_MAX || localtime_r(&tLocal, &tParts) == nullptr)
+    if (tStandard == -1 || tLocal != lLocal || localtime_r(&tLocal, &tParts) == nullptr)
         return -1;
 
     char szText[32];
@@ -89,8 +89,8 @@ const DispatchRecord g_tGeneral_UTCDateTime_Dispatch = {Check_UTCDateTime_Mappin
 
 static int Get_DateTimeMode_MappingRoutine(ParamContext *ptContext)
 {
-    char szInterval[sizeof ptContext->szValue] = "";
-    Read_Key(szInterval, sizeof szInterval, "system_updateinterval");
+    char szInterval[sizeof ptContext->szValue + 1] = "";
+    Read_CutKey(szInterval, sizeof szInterval, "system_updateinterval");
     return Answer_Text(ptContext, Int32_FromText(szInterval) < 1 ? "manual" : "ntp");
 }
 

@@ -14,12 +14,16 @@
 #include <syslog.h>
 #include <unistd.h>
 
+static constexpr size_t NUMBER_SIZE = 512; ///< room for a number whose key has no size of its own
+
 // PTZ daemon.
 
 static constexpr char PTZ_PID_FILE[] = "/var/run/ptzcgid.pid";
 static constexpr char PTZ_SOCKET[] = "/tmp/ptzctrl";
 static constexpr int CONNECT_ATTEMPTS = 10;
 static constexpr unsigned int RETRY_SECONDS = 5;
+
+static SocketPatience g_tPtzPatience = SOCKET_PATIENCE;
 
 enum PTZRow { PTZ_PAN = 2, PTZ_TILT, PTZ_ZOOM, PTZ_FOCUS, PTZ_IRIS, PTZ_POSITION, PTZ_PATTERN };
 
@@ -107,7 +111,7 @@ int CheckSupportPTZPattern()
 
 static int Connect_Patiently(int iSocket, const char *pszPath)
 {
-    for (int iAttempt = 1; UnixSocket_Connect(iSocket, pszPath) != 0; ++iAttempt) {
+    for (int iAttempt = 1; UnixSocket_Connect(iSocket, pszPath, &g_tPtzPatience) != 0; ++iAttempt) {
         if (iAttempt == CONNECT_ATTEMPTS) {
             syslog(LOG_CRIT, "[%s] Connot connect to PTZCtrl for 10 times", LOG_IDENTITY);
             return -1;
@@ -129,7 +133,7 @@ static int Ask_Connected(int iSocket, const char *pszRequest, char *pcReply, siz
     if (pcReply == nullptr)
         return 0;
     memset(pcReply, 0, uReplySize < 4 ? uReplySize : 4);
-    return uReplySize > 0 && read(iSocket, pcReply, uReplySize - 1) > 0 ? 0 : -1;
+    return uReplySize > 0 && Socket_Receive(iSocket, pcReply, uReplySize - 1, &g_tPtzPatience) > 0 ? 0 : -1;
 }
 
 int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char *pcReply, size_t uReplySize)
@@ -206,8 +210,8 @@ const DispatchRecord g_tStorage_Device_Capabilities_EntityCount_Dispatch = {
 
 static int Get_Storage_MappingRoutine(ParamContext *ptContext)
 {
-    const bool bCard = Read_KeyNumber<4>("capability_supportsd") == 1;
-    const bool bSeamless = Read_KeyNumber<4>("capability_localstorage_seamless") > 0;
+    const bool bCard = Read_KeyNumber<NUMBER_SIZE>("capability_supportsd") == 1;
+    const bool bSeamless = Read_KeyNumber<NUMBER_SIZE>("capability_localstorage_seamless") > 0;
     return Answer_Boolean(ptContext, bCard && bSeamless);
 }
 const DispatchRecord g_tVideoInput_StorageSupported_Dispatch = {nullptr, nullptr, Get_Storage_MappingRoutine};
@@ -236,6 +240,7 @@ const DispatchRecord g_tDO_State_Dispatch = {Check_Do_State_Value_Routine, Set_D
 // Analytics.
 
 static constexpr in_port_t ANALYTICS_PORT = 80;
+static SocketPatience g_tAnalyticsPatience = SOCKET_PATIENCE;
 static constexpr char CAPABILITY_REQUEST[] =
     "GET /VCA/Capability HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: keep-alive\r\n\r\n";
 static constexpr char FUNCTIONS_REQUEST[] =
@@ -255,15 +260,15 @@ int Quorvex_TCPSocketClient(ParamContext *ptContext)
         syslog(LOG_CRIT, "TCP Socket failed");
         return -1;
     }
-    Socket_LimitWait(ptContext->iAnalyticsSocket);
+    Socket_LimitWait(ptContext->iAnalyticsSocket, g_tAnalyticsPatience);
     const int iReuse = 1;
     setsockopt(ptContext->iAnalyticsSocket, SOL_SOCKET, SO_REUSEADDR, &iReuse, sizeof iReuse);
     struct sockaddr_in tAddress = {};
     tAddress.sin_family = AF_INET;
     tAddress.sin_port = htons(ANALYTICS_PORT);
     tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(ptContext->iAnalyticsSocket, reinterpret_cast<const struct sockaddr *>(&tAddress), sizeof tAddress) !=
-        0) {
+    if (Socket_Connect(ptContext->iAnalyticsSocket, reinterpret_cast<const struct sockaddr *>(&tAddress),
+                       sizeof tAddress, &g_tAnalyticsPatience) != 0) {
         Close_Analytics(ptContext);
         syslog(LOG_CRIT, "connect failed");
         return -1;
@@ -274,18 +279,14 @@ int Quorvex_TCPSocketClient(ParamContext *ptContext)
 static int Ask_Analytics(ParamContext *ptContext, const char *pcRequest, size_t uRequestSize, char *pcReply,
                          size_t uReplySize)
 {
-    if (uReplySize == 0)
-        return -1;
     const bool bSent = send(ptContext->iAnalyticsSocket, pcRequest, uRequestSize, 0) >= 0;
-    const ssize_t lReceived = bSent ? recv(ptContext->iAnalyticsSocket, pcReply, uReplySize, 0) : -1;
-    if (lReceived < 0 && errno == EAGAIN)
-        Socket_LosePatience();
+    const ssize_t lReceived =
+        bSent ? Socket_Receive(ptContext->iAnalyticsSocket, pcReply, uReplySize, &g_tAnalyticsPatience) : -1;
     Close_Analytics(ptContext);
     if (lReceived < 0) {
         syslog(LOG_CRIT, "%s", bSent ? "TCP Socket revc failed\n" : "TCP Socket send failed\n");
         return -1;
     }
-    pcReply[static_cast<size_t>(lReceived) < uReplySize ? static_cast<size_t>(lReceived) : uReplySize - 1] = '\0';
     return 0;
 }
 
@@ -305,10 +306,10 @@ int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_
 
 static int Get_VideoInput_Capabilities_PeopleCount_MappingRoutine(ParamContext *ptContext)
 {
-    char szBuffer[256] = "";
+    char szBuffer[256 + 1] = "";
     if (Quorvex_TCPSocketClient(ptContext) != 0)
         return -1;
-    Quorvex_GetPeopleCount_Value(ptContext, szBuffer, sizeof szBuffer);
+    Quorvex_GetPeopleCount_Value(ptContext, szBuffer, sizeof szBuffer - 1);
     return Answer_Boolean(ptContext, strstr(szBuffer, "3D-counting") != nullptr);
 }
 const DispatchRecord g_tVideoInput_Capability_PeopleCounting_Dispatch = {
@@ -344,13 +345,13 @@ static int Get_CustomEventList_MappingRoutine(ParamContext *ptContext)
     if (Read_Key(szModes, sizeof szModes, "capability_tamperingmode") == 0)
         Append_Events(ptContext, szModes, TAMPERING);
     for (const EventWord &tKey : KEYS)
-        if (Read_KeyNumber<16>(tKey.pszWord) == 1)
+        if (Read_KeyNumber<NUMBER_SIZE>(tKey.pszWord) == 1)
             Append_Answer(ptContext, tKey.pszEvent);
 
-    char szReply[512] = "";
+    char szReply[512 + 1] = "";
     // Without a connection the question fails, too, and both are logged.
     Quorvex_TCPSocketClient(ptContext);
-    if (QuorvexEvent_GetSmartVCA_Value(ptContext, szReply, sizeof szReply) == 0)
+    if (QuorvexEvent_GetSmartVCA_Value(ptContext, szReply, sizeof szReply - 1) == 0)
         Append_Events(ptContext, szReply, FUNCTIONS);
     Cut_LastComma(ptContext);
     return 0;

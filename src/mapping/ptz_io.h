@@ -48,8 +48,9 @@ int CheckSupportPTZPattern();
 int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char *pcReply, size_t uReplySize);
 
 /// The analytics service, one connection per question. Each returns 0, or -1 after a line in the system log; the
-/// connection is then closed. The questions are sent as a whole zero-padded buffer, and what one receive brings is the
-/// answer, terminated inside the buffer.
+/// connection is closed behind a question, and when it could not be made. A question is sent as a whole zero-padded
+/// buffer. What one receive brings, at most uSize bytes, is the answer, without a terminator: hand in a zeroed buffer
+/// with one byte more. The first sends from the buffer that it receives into.
 int Quorvex_TCPSocketClient(ParamContext *ptContext);
 int Quorvex_GetPeopleCount_Value(ParamContext *ptContext, char *pcBuffer, size_t uSize);
 int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_t uSize);

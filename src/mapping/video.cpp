@@ -333,15 +333,17 @@ static int Set_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 static int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     Get_VideoInput_StreamNum(ptContext);
-    char szMode[STORED_SIZE] = "";
-    Read_KeyOrLog(szMode, sizeof szMode, Stream_Key(ptContext, "ratecontrolmode"));
+    char szMode[STORED_SIZE + 1] = "";
+    const CameraKey tModeKey = Stream_Key(ptContext, "ratecontrolmode");
+    if (Read_CutKey(szMode, sizeof szMode, tModeKey) != 0)
+        syslog(LOG_INFO, "unable to get %s\n", tModeKey.szKey);
     const char *pszItem = "ratecontrolmode";
     if (strstr(szMode, "cbr") != nullptr)
         pszItem = "bitrate";
     else if (strstr(szMode, "vbr") != nullptr)
         pszItem = "maxvbrbitrate";
-    char szBitRate[sizeof ptContext->szValue] = "";
-    if (Read_Key(szBitRate, sizeof szBitRate, Stream_Key(ptContext, pszItem)) != 0)
+    char szBitRate[sizeof ptContext->szValue + 1] = "";
+    if (Read_CutKey(szBitRate, sizeof szBitRate, Stream_Key(ptContext, pszItem)) != 0)
         syslog(LOG_INFO, "unable to get %s's bitrate\n", ptContext->szCodec);
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }

@@ -34,7 +34,6 @@ static int Compare_Name(const char *pszTemplate, const char *pszName, int iLengt
     const char *pcTemplate = pszTemplate;
     const char *pcName = pszName;
     int iRead = 0;
-    *piAlike = 0;
     while (pcName < pcEnd && *pcTemplate != '\0') {
         if (*pcTemplate == '%' && iRead < iIndexCount) {
             const int iDigits = Read_Number(pcName, pcEnd, &aiNumber[iRead]);
@@ -60,6 +59,7 @@ static int Match_Name(const char *pszTemplate, const char *pszName, int iLength,
                       ParamContext *ptContext, int *piAlike)
 {
     int32_t aiNumber[INDEX_MAX_COUNT] = {};
+    *piAlike = 0;
     if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
         Compare_Name(pszTemplate, pszName, iLength, iIndexCount, aiNumber, piAlike) != 0)
         return -1;

@@ -96,8 +96,7 @@ TEST(Dispatch, FindsWhatThePlainScanFinds)
         std::string strName = Fill_In(g_tDispatchTable[tRandom() % g_uEntries].pszName, tRandom);
         switch (tRandom() % 5) {
         case 0: // runs on
-            strName +=
-                Fill_In(g_tDispatchTable[tRandom() % g_uEntries].pszName, tRandom).substr(0, tRandom() % 9);
+            strName += Fill_In(g_tDispatchTable[tRandom() % g_uEntries].pszName, tRandom).substr(0, tRandom() % 9);
             break;
         case 1: // is short
             strName.resize(tRandom() % (strName.size() + 1));
