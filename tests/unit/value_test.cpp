@@ -8,6 +8,7 @@
 #include "mapping/motion.h"
 #include "mapping/ptz_io.h"
 #include "mapping/video.h"
+#include "sidestore/quorvex_xml_parser.h"
 
 #include <gtest/gtest.h>
 
@@ -274,4 +275,12 @@ TEST(Ptz, TriesTenTimesInFortyFiveSeconds)
     astrExpected.push_back("2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl for 10 times");
     EXPECT_EQ(g_astrLog, astrExpected);
     EXPECT_STREQ(szReply, "as was");
+}
+
+TEST(SideStore, NamesAnUnknownCodecAlsoWithoutACamera)
+{
+    g_astrLog.clear();
+    EXPECT_EQ(Set_VideoGOP_to_QuorvexXMLFile(0, 0, "mjpeg", 30), -1);
+    EXPECT_EQ(g_astrLog,
+              std::vector<std::string>{"6 QuorvexXML: Set_VideoGOP_to_QuorvexXMLFile: Error Unknow codec: mjpeg"});
 }
