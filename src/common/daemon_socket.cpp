@@ -7,11 +7,11 @@
 #include <sys/time.h>
 #include <sys/un.h>
 
-static int Set_Limit(int iSocket, int iOption, int64_t lMilliseconds)
+static int Set_Limit(int iSocket, int iOption, int32_t iMilliseconds)
 {
     struct timeval tLimit = {};
-    tLimit.tv_sec = static_cast<time_t>(lMilliseconds / 1000);
-    tLimit.tv_usec = static_cast<suseconds_t>(lMilliseconds % 1000 * 1000);
+    tLimit.tv_sec = iMilliseconds / 1000;
+    tLimit.tv_usec = iMilliseconds % 1000 * 1000;
     return setsockopt(iSocket, SOL_SOCKET, iOption, &tLimit, sizeof tLimit);
 }
 
@@ -26,10 +26,10 @@ int Socket_LimitWait(int iSocket, SocketPatience tPatience)
 /// Makes a call that the socket option iOption limits, again as often as a signal interrupts it.
 template <typename TCall> static ssize_t Call_InTime(int iSocket, int iOption, SocketPatience *ptPatience, TCall tCall)
 {
-    const int64_t lDeadline = Deadline_After(ptPatience->iMilliseconds);
+    const uint32_t dwDeadline = Deadline_After(ptPatience->iMilliseconds);
     ssize_t lResult = tCall();
     while (lResult < 0 && errno == EINTR) {
-        Set_Limit(iSocket, iOption, Deadline_Left(lDeadline));
+        Set_Limit(iSocket, iOption, Deadline_Left(dwDeadline));
         lResult = tCall();
     }
     if (lResult < 0 && (errno == EAGAIN || errno == EINPROGRESS || errno == EALREADY))

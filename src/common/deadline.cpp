@@ -2,17 +2,17 @@
 
 #include <time.h>
 
-static int64_t Now()
+static uint32_t Now()
 {
     struct timespec tNow = {};
     clock_gettime(CLOCK_MONOTONIC, &tNow);
-    return int64_t{tNow.tv_sec} * 1000 + tNow.tv_nsec / 1000000;
+    return static_cast<uint32_t>(tNow.tv_sec) * 1000 + static_cast<uint32_t>(tNow.tv_nsec) / 1000000;
 }
 
-int64_t Deadline_After(int64_t lMilliseconds) { return Now() + lMilliseconds; }
+uint32_t Deadline_After(int32_t iMilliseconds) { return Now() + static_cast<uint32_t>(iMilliseconds); }
 
-int64_t Deadline_Left(int64_t lDeadline)
+int32_t Deadline_Left(uint32_t dwDeadline)
 {
-    const int64_t lLeft = lDeadline - Now();
-    return lLeft > 1 ? lLeft : 1;
+    const int32_t iLeft = static_cast<int32_t>(dwDeadline - Now());
+    return iLeft > 1 ? iLeft : 1;
 }

@@ -4,9 +4,10 @@
 
 #include <stdint.h>
 
-/// When a wait that begins now has run out, in milliseconds of the monotonic clock (POSIX).
-int64_t Deadline_After(int64_t lMilliseconds);
+/// When a wait of less than three weeks that begins now has run out, in milliseconds of the monotonic clock (POSIX),
+/// modulo 2^32.
+uint32_t Deadline_After(int32_t iMilliseconds);
 
 /// Milliseconds until then; at least 1, since 0 means "for ever" to a socket, and so that what has come meanwhile is
 /// still taken.
-int64_t Deadline_Left(int64_t lDeadline);
+int32_t Deadline_Left(uint32_t dwDeadline);

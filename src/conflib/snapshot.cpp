@@ -193,12 +193,12 @@ static int Move_Semaphore(int iSemaphore, short nOperation)
     // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well. The
     // later, short ones still outlast what others ordinarily hold it for.
     static int32_t s_iPatience = SEMAPHORE_PATIENCE_MILLISECONDS;
-    const int64_t lDeadline = Deadline_After(s_iPatience);
+    const uint32_t dwDeadline = Deadline_After(s_iPatience);
     struct sembuf tOperation = {0, nOperation, SEM_UNDO};
     int iResult = 0;
     do {
-        const int64_t lLeft = Deadline_Left(lDeadline);
-        const struct timespec tLeft = {static_cast<time_t>(lLeft / 1000), static_cast<long>(lLeft % 1000 * 1000000)};
+        const int32_t iLeft = Deadline_Left(dwDeadline);
+        const struct timespec tLeft = {iLeft / 1000, iLeft % 1000 * 1000000};
         iResult = semtimedop(iSemaphore, &tOperation, 1, &tLeft);
     } while (iResult == -1 && errno == EINTR);
     if (iResult == 0)
