@@ -1,0 +1,223 @@
+"""Runs cases/*.cases (their words: cases/README.md) inside script/sandbox: a simulated camera for every case, the
+program once per request, and everything compared that either of them wrote."""
+import difflib
+import itertools
+import pathlib
+import re
+import resource
+
+import pytest
+
+from camera import CAMERA_WELL, Camera, ask_server, start_request, start_server, take_server_errors
+
+FILE_SIZE_LIMIT = 1 << 22  # of every file that a program writes, its standard output included
+PROBLEMS = {"refuse": "An illegal setting parameter", "locked": "Parameter is readOnly", "fail": "Internal error"}
+HEADER_MARK = "\u2016"  # no byte: its place in what is expected; the type is only known when all of it is
+ESCAPES = {"r": "\r", "n": "\n", "t": "\t", "\\": "\\"}
+
+
+def pytest_addoption(parser):
+    parser.addoption("--simcam", help="the simulated camera")
+    parser.addoption("--models", help="the folder of its models")
+    parser.addoption("--emulator", default="", help="what runs the program")
+    parser.addoption("--variant", default="native", help='which "only" lines hold')
+    parser.addoption("--batches", default=1, type=int, help="how many times 500 requests the load test sends")
+
+
+def pytest_configure():
+    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE_LIMIT, FILE_SIZE_LIMIT))
+
+
+def pytest_collect_file(file_path, parent):
+    return CaseFile.from_parent(parent, path=file_path) if file_path.suffix == ".cases" else None
+
+
+def take_word(text):
+    word, *rest = re.split(r"[ \t]+", text, maxsplit=1)
+    return word, "".join(rest)
+
+
+def repeat(text):
+    def replace(match):
+        if match[0] == "\\{":
+            raise ValueError(r"broken \{N*TEXT}")
+        return int(match[1]) * match[2] if match[1] else match[0]
+    return re.sub(r"\\\{(\d+)\*([^}]*)\}|\\.", replace, text)
+
+
+def decode(text):
+    def replace(match):
+        if match[1] is None and match[2] not in ESCAPES:
+            raise ValueError("broken escape")
+        return chr(int(match[1], 16)) if match[1] else ESCAPES[match[2]]
+    return re.sub(r"\\(?:x([0-9a-fA-F]{2})|(.|$))", replace, text)
+
+
+def encode(text):
+    return text.encode("unicode_escape").decode()
+
+
+def expand(text):
+    parts = re.split(r"\{([^}]*)\}", text)
+    if "{" in "".join(parts[::2]):
+        raise ValueError("a brace that is not closed")
+    return map("".join, itertools.product(*(part.split(",") if i % 2 else [part] for i, part in enumerate(parts))))
+
+
+def cut(text):
+    return [encode(line) for line in re.findall(r"[^\n]*\n|[^\n]+", text)]
+
+
+class Request:
+    def __init__(self, line, method, text, via_server=False):
+        self.line, self.method, self.text, self.via_server = line, method, text, via_server
+        self.output, self.type, self.has_header, self.error, self.status = "", "text/plain", False, "", 0
+
+    def reply(self, text):
+        if not self.has_header and not self.via_server:
+            self.output += HEADER_MARK
+        self.has_header = True
+        self.output += text + "\r\n"
+
+    def expected(self):
+        output = self.output.replace(HEADER_MARK, f"Content-type: {self.type}\r\n\r\n")
+        return output, self.error, f"200 {self.type}" if self.via_server else f"exit {self.status}"
+
+
+class Case(pytest.Item):
+    def __init__(self, *, line, defaults, **kw):
+        super().__init__(**kw)
+        self.line, self.model, self.changes, self.environment, self.arguments = line, "dome", [], [], []
+        self.requests, self.sent, self.log, self.files = [], [], [], []
+        for default in defaults:
+            self.apply(*default)
+
+    def apply(self, line, text):
+        """Enters one line of the file."""
+        word, text = take_word(text)
+        if word == "only":
+            variant, text = take_word(text)
+            return self.apply(line, text) if variant == self.config.option.variant else None
+        method, text = take_word(text) if word == "http" else (word, text)
+        text = repeat(text)
+        if word not in ("model", "camera", "args"):
+            text = decode(text)
+        match word:
+            case "model":
+                self.model = text
+            case "camera":
+                self.changes.append(text)
+            case "env" if text[0] == "-" or "=" in text:
+                self.environment.append(text)
+            case "args":
+                self.arguments += text.split()
+            case "get" | "post" | "http" if method in ("get", "post"):
+                self.requests.append(Request(line, method.upper(), text, via_server=word == "http"))
+            case "read" | "write" | "refuse" | "locked" | "fail":
+                for item in expand(text + ("=1" if word == "locked" else "")):
+                    self.exchange(line, word, item)
+            case "sent":
+                self.sent.append(encode(text))
+            case "log":
+                self.log.append("log " + encode(text))
+            case "file" | "filehas" if "=" in text:
+                self.files.append((line, word, *text.split("=", 1)))
+            case "reply" | "xml" | "output" | "error" | "exit" if not self.requests:
+                raise ValueError("no request in front of it")
+            case "reply":
+                self.requests[-1].reply(text)
+            case "xml":
+                self.requests[-1].reply(text)
+                self.requests[-1].type = "text/xml"
+            case "output":
+                self.requests[-1].output += text
+            case "error":
+                self.requests[-1].error += text
+            case "exit":
+                self.requests[-1].status = int(text)
+            case _:
+                raise ValueError("unknown word, or not in the word's form")
+
+    def exchange(self, line, word, text):
+        """A request about one parameter, its reply, and behind the arrows what the daemon is then told."""
+        text, *told = text.split(" > ")
+        self.sent += ["set " + encode(key) for key in told]
+        name, equal, _ = text.partition("=")
+        is_write = equal and word != "read"
+        self.requests.append(Request(line, "POST", text + "\r\n") if is_write else Request(line, "GET", f"req={name}&"))
+        self.requests[-1].reply(f"#error.{name}=501:{PROBLEMS[word]}" if word in PROBLEMS else text)
+
+    def ask(self, request):
+        if not request.via_server:
+            return start_request(request.method, request.text, self.environment, self.arguments,
+                                 self.config.option.emulator).wait()
+        start_server(self.config.option.emulator)
+        output, status, kind = ask_server(request.method, request.text)
+        return output, take_server_errors(), f"{status} {kind}"
+
+    def runtest(self):
+        option, self.problems = self.config.option, []
+        camera = Camera(option.simcam, f"{option.models}/{self.model}.model", self.changes)
+        try:
+            if camera.is_ready():
+                self.run_requests()
+        finally:
+            ending = camera.stop()
+        self.expect(self.line, "the simulated camera", describe(CAMERA_WELL), describe(ending))
+        if ending == CAMERA_WELL:
+            sent, log = camera.log()
+            self.expect(self.line, "what the daemons were sent", self.sent, sent)
+            self.expect(self.line, "the system log", self.log, log)
+        if self.problems:
+            pytest.fail("not as expected")
+
+    def repr_failure(self, excinfo):
+        return "\n".join([*self.problems, f"{self.path}:{self.line}: {excinfo.exconly()}"])
+
+    def run_requests(self):
+        for request in self.requests:
+            self.expect(request.line, f"{request.method} {encode(request.text[:200])}", describe(request.expected()),
+                        describe(self.ask(request)))
+        for line, word, name, text in self.files:
+            path = pathlib.Path(name)
+            content = path.read_text("latin-1") if path.exists() else ""
+            if word == "file" or text not in content:
+                self.expect(line, name, cut(text), cut(content))
+
+    def expect(self, line, what, expected, actual):
+        if expected != actual:
+            difference = difflib.unified_diff(expected, actual, "expected", "actual", lineterm="", n=1)
+            self.problems.append("\n  ".join([f"{self.path}:{line}: {what}", *itertools.islice(difference, 50)]))
+
+    def reportinfo(self):
+        return self.path, self.line - 1, self.name
+
+
+def describe(answer):
+    """What a request left, as lines that can be compared and shown."""
+    output, error, ending = answer
+    return [*cut(output), *("standard error: " + line for line in cut(error)), ending]
+
+
+class CaseFile(pytest.File):
+    def collect(self):
+        defaults, cases, errors = [], [], []
+        for line, text in enumerate(self.path.read_text("latin-1").split("\n"), 1):
+            word, rest = take_word(text.strip(" \t\r"))
+            if not word or word[0] == "#":
+                continue
+            try:
+                if word == "case":
+                    cases.append(Case.from_parent(self, name=rest, line=line, defaults=defaults))
+                elif cases:
+                    cases[-1].apply(line, text.strip(" \t\r"))
+                elif word == "default":
+                    defaults.append((line, rest))
+                else:
+                    raise ValueError("stands before the first case")
+            except ValueError as error:
+                errors.append(f"{self.path}:{line}: {error}")
+        errors += [f"{self.path}:{case.line}: a case without a request" for case in cases if not case.requests]
+        if errors or not cases:
+            raise self.CollectError("\n".join(errors or [f"{self.path}:1: no case in this file"]))
+        return cases
