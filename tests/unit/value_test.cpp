@@ -256,14 +256,29 @@ extern "C" unsigned int sleep(unsigned int uSeconds)
     return 0;
 }
 
+static void Record_Log(int iPriority, const char *pszFormat, va_list tArguments) __attribute__((format(printf, 2, 0)));
+static void Record_Log(int iPriority, const char *pszFormat, va_list tArguments)
+{
+    char szText[128];
+    vsnprintf(szText, sizeof szText, pszFormat, tArguments);
+    g_astrLog.push_back(std::to_string(iPriority) + " " + szText);
+}
+
 extern "C" __attribute__((format(printf, 2, 3))) void syslog(int iPriority, const char *pszFormat, ...)
 {
     va_list tArguments;
     va_start(tArguments, pszFormat);
-    char szText[128];
-    vsnprintf(szText, sizeof szText, pszFormat, tArguments);
+    Record_Log(iPriority, pszFormat, tArguments);
     va_end(tArguments);
-    g_astrLog.push_back(std::to_string(iPriority) + " " + szText);
+}
+
+// What a fortified call becomes.
+extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int iPriority, int, const char *pszFormat, ...)
+{
+    va_list tArguments;
+    va_start(tArguments, pszFormat);
+    Record_Log(iPriority, pszFormat, tArguments);
+    va_end(tArguments);
 }
 
 TEST(Ptz, TriesTenTimesInFortyFiveSeconds)
