@@ -22,6 +22,7 @@ def pytest_addoption(parser):
     parser.addoption("--emulator", default="", help="what runs the program")
     parser.addoption("--variant", default="native", help='which "only" lines hold')
     parser.addoption("--batches", default=1, type=int, help="how many times 500 requests the load test sends")
+    parser.addoption("--kills", default=200, type=int, help="how many setters are killed, on a roomy and on a full disk")
 
 
 def pytest_configure():

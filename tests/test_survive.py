@@ -1,0 +1,143 @@
+"""What must survive, inside script/sandbox: the side files, whatever happens to a setter, to the daemon or to the disk
+meanwhile; a wait, when the process is stopped and continued; everybody else, when a request is ended in its midst."""
+import ctypes
+import fcntl
+import itertools
+import os
+import random
+import re
+import signal
+import threading
+import time
+
+import pytest
+
+from camera import CAMERA_WELL, Camera, start_request, wait_until
+from test_load import SIDE_FOLDER, read, start_read, start_write, take_reply, write
+
+NAMES = [f"VideoInput.{channel}.{name}" for channel in range(1, 5) for name in (
+    "Brightness", "Contrast", "h264.1.GopSize", "Motion.ROI.2.MotionOnThreshold", "Storage.DeviceNum")]
+
+
+@pytest.fixture
+def make_camera(pytestconfig):
+    cameras = []
+
+    def make(model, *changes):
+        option = pytestconfig.option
+        cameras.append(Camera(option.simcam, f"{option.models}/{model}.model", changes))
+        assert cameras[-1].is_ready()
+        return cameras[-1]
+    yield make
+    assert [camera.stop() for camera in cameras] == [CAMERA_WELL]
+
+
+def read_shapes():
+    """The side files without their values, but for what is no number."""
+    return [re.sub(r">\d+<", "><", path.read_text()) for path in sorted(SIDE_FOLDER.glob("*.xml"))]
+
+
+def test_a_daemon_that_restarts_in_order_costs_no_setting(make_camera):
+    camera = make_camera("encoder")
+    shapes = read_shapes()
+    for value in range(40):
+        setters = [start_write(f"{name}={value % 2}") for name in random.sample(NAMES, 4)]
+        time.sleep(random.random() / 50)
+        assert camera.stop()[1:] == CAMERA_WELL[1:]
+        for setter in setters:
+            setter.wait()
+        assert read_shapes() == shapes, "the camera's shape was guessed while nobody could tell it"
+        camera.start()  # lays the files out anew
+
+
+@pytest.fixture
+def filling_disk():
+    """The disk of the side files runs full and has room again, over and over."""
+    ended = threading.Event()
+    filler = SIDE_FOLDER / "filler"
+
+    def fill():
+        for size in itertools.cycle(range(0, 1 << 16, 999)):
+            if ended.is_set():
+                return
+            try:
+                filler.write_bytes(bytes(size))
+            except OSError:
+                filler.unlink()
+    thread = threading.Thread(target=fill)
+    thread.start()
+    yield
+    ended.set()
+    thread.join()
+    filler.unlink(missing_ok=True)
+
+
+@pytest.mark.parametrize("disk", ["roomy", "full"])
+def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera, request, pytestconfig, disk):
+    make_camera("dome")
+    shapes = read_shapes()
+    if disk == "full":
+        request.getfixturevalue("filling_disk")
+    names = ["VideoInput.1.Brightness", "Network.Services.Ntp.PollInterval", "VideoInput.1.Motion.ROI.4.MotionOnThreshold"]
+    killed = 0
+    for number in range(pytestconfig.option.kills):
+        line = f"{names[number % 3]}={random.choice([7, 77, 100])}\r\n"
+        setter = start_request("POST", line, emulator=pytestconfig.option.emulator)
+        time.sleep(2**random.uniform(-13, -5))
+        setter.process.send_signal(random.choice([signal.SIGKILL, signal.SIGTERM]))
+        killed += setter.wait()[2].startswith("crash")
+        assert [shape.rstrip("\n") + "\n" for shape in read_shapes()] == shapes
+    assert killed, "none was alive any more"
+
+
+def test_a_wait_goes_on_behind_a_stop(make_camera):
+    make_camera("ptz", "fault analytics late:700", "fault ptz late:700")
+    names = {"VideoInput.Capabilities.PeopleCountingSupported": "true", "PTZ.1.Capabilities.CommandList": "RunPattern",
+             "CustomEvents.Capabilities.EventList": "FieldDetect"}
+    readers = {name: start_read([name]) for name in names}
+    for _ in range(8):
+        time.sleep(0.2)
+        for number in (signal.SIGSTOP, signal.SIGCONT):
+            for reader in readers.values():
+                reader.process.send_signal(number)
+    for name, word in names.items():
+        assert word in take_reply(readers[name])[0]
+
+
+def move_semaphore(step):
+    libc = ctypes.CDLL(None, use_errno=True)
+    semaphore = libc.semget(libc.ftok(b"/usr/sbin/configer", 99), 1, 0)
+    assert libc.semop(semaphore, (ctypes.c_short * 3)(0, step, 0), 1) == 0, os.strerror(ctypes.get_errno())
+
+
+def test_a_wait_for_the_semaphore_goes_on_behind_a_stop(make_camera):
+    make_camera("dome")
+    move_semaphore(-1)
+    reader = start_read(["General.Brand.ModelName"])
+    time.sleep(0.3)
+    reader.process.send_signal(signal.SIGSTOP)
+    reader.process.send_signal(signal.SIGCONT)
+    time.sleep(0.1)
+    move_semaphore(1)
+    assert take_reply(reader) == ["General.Brand.ModelName=KD-120"]
+
+
+def test_aliases_are_followed_for_as_long_as_an_honest_tree_may_need(make_camera):
+    chain = [f"alias chain_{i}=chain_{i + 1}" for i in range(300)]
+    make_camera("dome", *chain, "key chain_300=end", "alias system_ntp=chain_290", "alias network_subnet=chain_0")
+    assert read(["Network.Services.Ntp.ServerAddress"]) == ["Network.Services.Ntp.ServerAddress=end"]
+    assert read(["Network.1.StaticSubnetMask"]) == ["#error.Network.1.StaticSubnetMask=501:Internal error"]
+
+
+def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
+    camera = make_camera("dome", "fault configer hang")
+    shapes = read_shapes()
+    setter = start_write("VideoInput.1.Brightness=61\r\nVideoInput.1.Brightness=62")
+    wait_until(lambda: camera.log()[0])
+    setter.process.terminate()
+    assert setter.wait()[2] == "crash: Terminated"
+    folder = os.open(SIDE_FOLDER, os.O_RDONLY)
+    fcntl.flock(folder, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    os.close(folder)
+    assert read_shapes() == shapes
+    assert read(["VideoInput.1.Brightness"]) == ["VideoInput.1.Brightness=61"]
