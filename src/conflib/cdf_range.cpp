@@ -10,20 +10,14 @@
 #include <syslog.h>
 
 static constexpr char CDF_PATH[] = "/etc/CDF.xml";
-static constexpr size_t NUMBER_SIZE = 16;
 static constexpr size_t CHANNEL_TAG_SIZE = 4;
 static constexpr size_t CODEC_TAG_SIZE = 10;
 
-/// Converts the bound between two places of a range text. One that does not fit the number buffer is none.
-static int Parse_Bound(const char *pcBegin, const char *pcEnd, float *pfBound)
+/// Converts the bound at a place of a range text. What may follow it there is never part of a number.
+static int Parse_Bound(const char *pszBound, float *pfBound)
 {
-    char szNumber[NUMBER_SIZE] = "";
-    const size_t uLength = static_cast<size_t>(pcEnd - pcBegin);
-    if (uLength >= sizeof szNumber)
-        return -1;
-    memcpy(szNumber, pcBegin, uLength);
     errno = 0;
-    *pfBound = static_cast<float>(strtod(szNumber, nullptr));
+    *pfBound = static_cast<float>(strtod(pszBound, nullptr));
     return errno == 0 ? 0 : -1;
 }
 
@@ -41,17 +35,14 @@ int QuorvexParseXMLFloatRange(char *pszText, QuorvexFloatRange *ptRange)
         return -1;
     *pcEnd = '\0';
 
-    const char *pcLowerEnd = strchr(pcLower, '~');
-    const char *pcUpperBefore = pcLowerEnd;
-    if (pcLowerEnd == nullptr) {
-        pcLowerEnd = strchr(pcLower, ',');
+    const char *pcUpperBefore = strchr(pcLower, '~');
+    if (pcUpperBefore == nullptr)
         pcUpperBefore = strrchr(pcLower, ',');
-    }
-    if (pcLowerEnd == nullptr)
+    if (pcUpperBefore == nullptr)
         return -1;
-    if (Parse_Bound(pcLower, pcLowerEnd, &ptRange->fLower) != 0)
+    if (Parse_Bound(pcLower, &ptRange->fLower) != 0)
         return -1;
-    return Parse_Bound(pcUpperBefore + 1, pcEnd, &ptRange->fUpper);
+    return Parse_Bound(pcUpperBefore + 1, &ptRange->fUpper);
 }
 
 static int Parse_CodecRange(const SXMLParserContext *ptParser, const char *pszChannel, const char *pszCodec,

@@ -14,6 +14,7 @@ struct QuorvexFloatRange {
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel);
 
 /// Parses a range text: anything up to a comma, then in double quotes either "lower~upper" or a list, whose first and
-/// last item are the bounds. Ends the text at the closing quote. Returns 0; -1 when it has another form or a bound
-/// overflows (the lower one may then be stored already).
+/// last item are the bounds. A bound is what strtod reads there, 0 without a number; blanks and units are passed over.
+/// Ends the text at the closing quote. Returns 0; -1 when it has another form or a bound overflows (the lower one may
+/// then be stored already).
 int QuorvexParseXMLFloatRange(char *pszText, QuorvexFloatRange *ptRange);
