@@ -14,6 +14,8 @@ TABLE = FOLDER.parent / "src/param/dispatch_table.cpp"
 
 # How many items one read can always carry; protocol.md tells why.
 SAFE_ITEMS = 6
+# The highest index asked for, whatever a camera announces: one of three digits takes the place of part of the name.
+INDEX_MAX = 99
 
 # A row of the parameter table. The template has "%d" for indexes; the codec is the platform's word, or None.
 Row = collections.namedtuple("Row", "template record codec")
@@ -66,7 +68,7 @@ def announced(catalogue, row, get):
     for index in index_names(row.record):
         bound = catalogue["indexes"][index]["bound"]
         found = [{**indexes, index: number} for indexes in found
-                 for number in range(1, 1 + to_number(get(fill(bound, {"codec": row.codec, **indexes}))))]
+                 for number in range(1, 1 + min(INDEX_MAX, to_number(get(fill(bound, {"codec": row.codec, **indexes})))))]
     return found
 
 
