@@ -1,3 +1,8 @@
+# Who names no build type wants the program that is shipped.
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+
 # The one set of compiler flags. param_warnings holds for every target of the tree, param_product adds
 # what the program on the camera wants: no C++ run-time library, every function in a section of its own.
 add_library(param_warnings INTERFACE)
@@ -20,7 +25,3 @@ target_compile_options(param_product INTERFACE
     -ffp-contract=off
     # Nobody asks errno about a square root; without the question it is an instruction, and libm is not needed for it.
     -fno-math-errno)
-
-# Optimised builds are the same everywhere; the parser's loops want more than -Os.
-set(CMAKE_C_FLAGS_RELEASE "-O2")
-set(CMAKE_CXX_FLAGS_RELEASE "-O2")

@@ -6,7 +6,8 @@ namespace {
 
 const unsigned long MAX_NUMBER = 64UL << 20;
 
-const char *const SERVICE_WORDS[SERVICE_COUNT] = {"analytics", "configer", "ptz", "syslog", "snapshot", "semaphore"};
+const char *const SERVICE_WORDS[SERVICE_COUNT] = {"control", "analytics", "configer", "ptz",
+                                                  "syslog",  "snapshot",  "semaphore"};
 
 struct FaultRow {
     const char *pszWord;
@@ -17,6 +18,7 @@ struct FaultRow {
 
 // What they mean is told in the header.
 const FaultRow FAULT_ROWS[] = {
+    {"none", SERVICE_ANALYTICS, SERVICE_SEMAPHORE, false},
     {"absent", SERVICE_ANALYTICS, SERVICE_SEMAPHORE, false},
     {"refuse", SERVICE_ANALYTICS, SERVICE_SYSLOG, false},
     {"denied", SERVICE_CONFIGER, SERVICE_SEMAPHORE, false},
@@ -58,7 +60,7 @@ const char *Parse_Fault(const std::string &text, FaultList *pFaults)
                 (isNumbered && !Parse_Number(text.substr(colon + 1), MAX_NUMBER, &fault.number))) {
                 return "no fault of this service, or its number is missing or wrong";
             }
-            (*pFaults)[service] = fault;
+            (*pFaults)[service] = word == "none" ? Fault() : fault;
             return nullptr;
         }
     }

@@ -1,6 +1,8 @@
 // What can be made to go wrong with the simulated camera: one fault at a time for each of its services, named in a
 // model line "fault SERVICE FAULT".
 //
+//   all of them:
+//     none                in good health again
 //   analytics, configer, ptz, syslog, snapshot, semaphore:
 //     absent              there is no such socket, segment or semaphore
 //     denied              access mode 0000, which only bites without root's rights (not analytics)
@@ -32,8 +34,9 @@
 #include <array>
 #include <string>
 
-// In this order the services that a fault can be had for stand side by side.
+// In this order the services that a fault can be had for stand side by side; the way to change the camera has none.
 enum Service {
+    SERVICE_CONTROL,
     SERVICE_ANALYTICS,
     SERVICE_CONFIGER,
     SERVICE_PTZ,
@@ -46,6 +49,8 @@ enum Service {
 struct Fault {
     std::string word;         // empty: the service is in good health
     unsigned long number = 0; // of the faults that are written with one, as in "late:1500"
+
+    bool operator!=(const Fault &other) const { return word != other.word || number != other.number; }
 };
 
 using FaultList = std::array<Fault, SERVICE_COUNT>;

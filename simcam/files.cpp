@@ -1,17 +1,23 @@
 #include "files.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 const char PID_FILE[] = "/var/run/ptzcgid.pid";
+const char CAPABILITY_FILE[] = "/etc/CDF.xml";
+const char SIDE_FOLDER[] = "/etc/conf.d";
+const char CODECS_KEY[] = "capability_videoin_codec";
 const int MAX_COUNT = 100; // of channels, streams or windows: more do not fit an element name of three characters
 
 enum Repeat { ONCE, PER_CHANNEL, PER_STREAM, PER_WINDOW, IF_OFFERED, REPEAT_COUNT };
@@ -28,7 +34,7 @@ const char BITRATE_RANGE[] = "string,\"20000~40000000\"";
 
 // The range of stream 0 stands for all streams of its channel.
 const ElementRow ELEMENTS[] = {
-    {0, ONCE, "/etc/CDF.xml", nullptr},
+    {0, ONCE, CAPABILITY_FILE, nullptr},
     {1, ONCE, "root", nullptr},
     {2, ONCE, "videoin", nullptr},
     {3, PER_CHANNEL, "c", nullptr},
@@ -84,7 +90,8 @@ const ElementRow ELEMENTS[] = {
 struct XmlWriter {
     int counts[REPEAT_COUNT]; // how often an element repeats
     std::string codecs;
-    std::map<std::string, std::string> given; // the values of the model that no file has had yet, by "side " and path
+    SideValues given;  // the values of the model that no file has had yet
+    SideValues *pKept; // those that go before them
     std::string text;
 };
 
@@ -100,7 +107,10 @@ const ElementRow *Skip_Element(const ElementRow *pRow)
 // The model names a value by its path below root and quorvex, joined by "_".
 std::string Get_Value(const ElementRow &row, const std::string &path, XmlWriter *pWriter)
 {
-    const auto given = pWriter->given.extract("side " + path);
+    const auto given = pWriter->given.extract(path);
+    const auto kept = pWriter->pKept->extract(path);
+    if (!kept.empty())
+        return kept.mapped();
     return given.empty() ? row.pszDefault : given.mapped();
 }
 
@@ -128,34 +138,118 @@ void Write_Elements(const ElementRow *pRow, const ElementRow *pEnd, const std::s
     }
 }
 
-int Get_Count(const Model &model, const char *pszKey)
+// The values of an XML file, whatever its layout. Returns false when its elements do not nest.
+bool Read_Values(const std::string &text, SideValues *pValues)
 {
-    return std::min(atoi(Get_KeyValue(model, pszKey).c_str()), MAX_COUNT);
+    std::vector<std::string> open = {""}; // the paths of the open elements
+    std::vector<std::string> tags;
+    size_t end = 0;
+    bool isLeaf = false;
+    for (size_t start = text.find('<'); start != std::string::npos; start = text.find('<', end)) {
+        const size_t textStart = end + 1;
+        end = text.find('>', start);
+        const std::string tag = end == std::string::npos ? "/" : text.substr(start + 1, end - start - 1);
+        if (tag.empty() || tag[0] == '?' || tag[0] == '!')
+            continue;
+        if (tag[0] != '/') {
+            const bool isNamed = tag != "root" && tag != "quorvex";
+            open.push_back(isNamed ? open.back() + (open.back().empty() ? "" : "_") + tag : open.back());
+            tags.push_back(tag);
+            isLeaf = true;
+            continue;
+        }
+        if (tags.empty() || tags.back() != tag.substr(1))
+            return false;
+        if (isLeaf)
+            (*pValues)[open.back()] = text.substr(textStart, start - textStart);
+        isLeaf = false;
+        open.pop_back();
+        tags.pop_back();
+    }
+    return tags.empty();
 }
 
-bool Write_File(const std::string &path, const std::string &text)
+// The settings files of a folder; those that are not there have no values. Returns an empty text, or what is wrong.
+std::string Read_SideFiles(const std::string &folder, SideValues *pValues)
+{
+    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
+        const std::string path = folder + strrchr(pFile->pszTag, '/');
+        std::ifstream file(path);
+        const std::string text = {std::istreambuf_iterator<char>(file), {}};
+        if (!file.is_open() && access(path.c_str(), F_OK) == 0)
+            return "cannot read " + path;
+        if (strcmp(pFile->pszTag, CAPABILITY_FILE) != 0 && !Read_Values(text, pValues))
+            return path + " is no settings file";
+    }
+    return "";
+}
+
+// The counts of the model's shape, and the least that a camera has.
+const struct {
+    Repeat repeat;
+    const char *pszKey;
+    unsigned long least;
+} COUNTS[] = {{PER_CHANNEL, "capability_nvideoin", 1},
+              {PER_STREAM, "capability_nmediastream", 1},
+              {PER_WINDOW, "capability_nmotion", 0}};
+
+std::string Check_Shape(const Model &model)
+{
+    unsigned long number = 0;
+    for (const auto &[repeat, pszKey, least] : COUNTS) {
+        const std::string value = Get_KeyValue(model, pszKey);
+        if (!Parse_Number(value, MAX_COUNT, &number) || number < least)
+            return std::string("model: key ") + pszKey + "=" + value + ": expected a number from " +
+                   std::to_string(least) + " to " + std::to_string(MAX_COUNT);
+    }
+    const std::string codecs = Get_KeyValue(model, CODECS_KEY);
+    const auto isOffered = [&](const ElementRow &row) {
+        return row.repeat == IF_OFFERED && codecs.find(row.pszTag) != std::string::npos;
+    };
+    if (std::none_of(std::begin(ELEMENTS), std::end(ELEMENTS), isOffered))
+        return std::string("model: key ") + CODECS_KEY + "=" + codecs + ": expected one of mpeg4, mjpeg, h264, h265";
+    return "";
+}
+
+// Whoever reads the file sees the old one or the new one.
+std::string Write_File(const std::string &path, const std::string &text)
 {
     std::error_code ignored; // the open tells
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
-    FILE *pFile = fopen(path.c_str(), "we");
-    if (pFile != nullptr) {
-        fwrite(text.data(), 1, text.size(), pFile);
-        if (fclose(pFile) == 0)
-            return true;
+    const std::string newPath = path + ".new";
+    FILE *pFile = fopen(newPath.c_str(), "we");
+    bool isWritten = pFile != nullptr;
+    if (isWritten) {
+        isWritten = fwrite(text.data(), 1, text.size(), pFile) == text.size();
+        isWritten = fclose(pFile) == 0 && isWritten && rename(newPath.c_str(), path.c_str()) == 0;
     }
-    fprintf(stderr, "simcam: cannot write %s: %s\n", path.c_str(), strerror(errno));
-    return false;
+    return isWritten ? "" : "cannot write " + path + ": " + strerror(errno);
+}
+
+std::string Put_Files(const CameraFiles &files, const std::set<std::string> &readOnly)
+{
+    std::string error;
+    for (const auto &[path, text] : files) {
+        if (!text.has_value())
+            unlink(path.c_str());
+        else if (error.empty())
+            error = Write_File(path, *text);
+    }
+    for (const std::string &path : readOnly) {
+        if (chmod(path.c_str(), 0444) != 0 && error.empty())
+            error = "cannot make " + path + " read-only: " + strerror(errno);
+    }
+    return error;
 }
 
 } // namespace
 
-std::string Compose_CameraFiles(const Model &model, CameraFiles *pFiles)
+std::string Compose_CameraFiles(const Model &model, SideValues *pKept, CameraFiles *pFiles)
 {
-    XmlWriter writer = {{}, Get_KeyValue(model, "capability_videoin_codec"), model.settings, ""};
+    XmlWriter writer = {{}, Get_KeyValue(model, CODECS_KEY), model.sides, pKept, ""};
     writer.counts[ONCE] = writer.counts[IF_OFFERED] = 1;
-    writer.counts[PER_CHANNEL] = Get_Count(model, "capability_nvideoin");
-    writer.counts[PER_STREAM] = Get_Count(model, "capability_nmediastream");
-    writer.counts[PER_WINDOW] = Get_Count(model, "capability_nmotion");
+    for (const auto &[repeat, pszKey, least] : COUNTS)
+        writer.counts[repeat] = std::min(atoi(Get_KeyValue(model, pszKey).c_str()), MAX_COUNT);
     for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
         writer.text.clear();
         Write_Elements(pFile + 1, Skip_Element(pFile), "", &writer);
@@ -165,36 +259,65 @@ std::string Compose_CameraFiles(const Model &model, CameraFiles *pFiles)
         (*pFiles)[PID_FILE] = std::to_string(getpid()) + "\n";
     for (const auto &[path, text] : model.files)
         (*pFiles)[path] = text;
-    for (const auto &[name, value] : writer.given) {
-        if (name.rfind("side ", 0) == 0)
-            return "model: " + name + ": no file has this element";
-    }
-    return "";
+    return writer.given.empty() ? "" : "model: side " + writer.given.begin()->first + ": no file has this element";
 }
 
-bool Lay_Out_CameraFiles(const CameraFiles &files, const std::set<std::string> &readOnly)
+std::string Lay_Out_CameraFiles(const Model &model)
 {
-    bool isDone = true;
-    for (const auto &[path, text] : files) {
-        if (text.has_value())
-            isDone = Write_File(path, *text) && isDone;
-        else
-            unlink(path.c_str());
-    }
-    for (const std::string &path : readOnly)
-        isDone = chmod(path.c_str(), 0444) == 0 && isDone;
-    return isDone;
+    SideValues none;
+    CameraFiles files;
+    const std::string error = Compose_CameraFiles(model, &none, &files);
+    return error.empty() ? Put_Files(files, model.readOnly) : error;
 }
 
-bool Seed_CameraFiles(const CameraFiles &files, const std::string &folder)
+std::string Update_CameraFiles(const Model &before, const Model &after, const SideValues *pNewSides)
 {
-    bool isDone = true;
-    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
-        const std::optional<std::string> &text = files.at(pFile->pszTag);
-        if (text.has_value())
-            isDone = Write_File(folder + strrchr(pFile->pszTag, '/'), *text) && isDone;
+    SideValues keptBefore;
+    SideValues keptAfter;
+    Read_SideFiles(SIDE_FOLDER, &keptBefore);
+    if (pNewSides != nullptr) {
+        std::set_difference(keptBefore.begin(), keptBefore.end(), pNewSides->begin(), pNewSides->end(),
+                            std::inserter(keptAfter, keptAfter.end()), keptAfter.value_comp());
     }
-    return isDone;
+    CameraFiles current;
+    CameraFiles files;
+    Compose_CameraFiles(before, &keptBefore, &current);
+    std::string error = Compose_CameraFiles(after, &keptAfter, &files);
+    if (!error.empty())
+        return error;
+    for (const auto &[path, text] : current) {
+        const auto file = files.try_emplace(path).first; // a path that is no longer named is removed
+        if (file->second == text)
+            files.erase(file);
+    }
+    for (const std::string &path : before.readOnly)
+        chmod(path.c_str(), 0644);
+    return Put_Files(files, after.readOnly);
+}
+
+std::string Seed_CameraFiles(const Model &model, const std::string &folder)
+{
+    SideValues kept;
+    CameraFiles files;
+    std::string error = Check_Shape(model);
+    if (error.empty())
+        error = Read_SideFiles(folder, &kept);
+    if (error.empty())
+        error = Compose_CameraFiles(model, &kept, &files);
+    const auto isHeld = [](const auto &value) {
+        return value.second.find_first_not_of(" \t\r\n") != std::string::npos;
+    };
+    const auto homeless = std::find_if(kept.begin(), kept.end(), isHeld);
+    if (error.empty() && homeless != kept.end())
+        error = folder + ": the camera of this model has no " + homeless->first + ", whose value would be lost";
+    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS) && error.empty();
+         pFile = Skip_Element(pFile)) {
+        const std::string path = folder + strrchr(pFile->pszTag, '/');
+        const bool stays = strcmp(pFile->pszTag, CAPABILITY_FILE) == 0 && access(path.c_str(), F_OK) == 0;
+        if (!stays && files.at(pFile->pszTag).has_value())
+            error = Write_File(path, *files.at(pFile->pszTag));
+    }
+    return error;
 }
 
 void Remove_PidFile() { unlink(PID_FILE); }

@@ -8,16 +8,25 @@
 // By path; a file without a text is to be removed.
 using CameraFiles = std::map<std::string, std::optional<std::string>>;
 
-// Composes the files, with what the model says about them. Returns an empty text, or what is wrong when the model gives
-// a value for an element that none of the files has.
-std::string Compose_CameraFiles(const Model &model, CameraFiles *pFiles);
+// The values of settings files, by the path that a "side" line of the model has for them.
+using SideValues = std::map<std::string, std::string>;
 
-// Writes or removes each of them, and takes the right to write those paths away. Returns false after a message on
-// standard error, or when such a path is not there.
-bool Lay_Out_CameraFiles(const CameraFiles &files, const std::set<std::string> &readOnly);
+// These functions return an empty text, or what is wrong.
 
-// Writes the capability definition and settings files into one folder, as a seed for a camera's file system.
-bool Seed_CameraFiles(const CameraFiles &files, const std::string &folder);
+// Composes the files, with what the model says about them and before that the values that are kept, which are taken out
+// of their map. It is wrong when the model gives a value for an element that none of the files has.
+std::string Compose_CameraFiles(const Model &model, SideValues *pKept, CameraFiles *pFiles);
+
+// Lays out the files of a camera that starts: writes or removes each, and takes the right to write some paths away.
+std::string Lay_Out_CameraFiles(const Model &model);
+
+// The same for a model that has changed. The values in the settings files stay, but for those that are new (null: all
+// are), and a file that the change does not touch is not written.
+std::string Update_CameraFiles(const Model &before, const Model &after, const SideValues *pNewSides);
+
+// Writes the capability definition and settings files into one folder, as a seed for a camera's file system. Settings
+// that are there keep their values and get what is missing; a capability definition file that is there stays.
+std::string Seed_CameraFiles(const Model &model, const std::string &folder);
 
 // The pid file goes away with the daemon.
 void Remove_PidFile();

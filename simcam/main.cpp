@@ -12,10 +12,18 @@
 
 namespace {
 
-const char USAGE[] = "usage: simcam [--log FILE] [--seed DIR] [--change LINE]... MODEL\n"
+const char USAGE[] = "usage: simcam [--log FILE] [--change LINE]... MODEL      (inside script/sandbox)\n"
+                     "       simcam --seed DIR|--print [--change LINE]... MODEL\n"
                      "  --log FILE     write the request log there instead of to standard output\n"
-                     "  --seed DIR     only write the capability definition and settings files into DIR\n"
-                     "  --change LINE  one more line of the model\n";
+                     "  --change LINE  one more line of the model\n"
+                     "  --seed DIR     only write the capability definition and settings files into DIR; settings\n"
+                     "                 that are there keep their values and get what is missing\n"
+                     "  --print        only check the model, and print its lines with those of included files\n"
+                     "  --help         only print this\n";
+
+const char REFUSAL[] =
+    "simcam: this is no sandbox. Here the camera would replace /dev/log, /etc/CDF.xml and\n"
+    "/usr/sbin/configer of this machine. Start it with script/sandbox in front, or use script/demo.\n";
 
 const int EXIT_TROUBLE = 1;
 const int EXIT_BAD_MODEL = 2;
@@ -25,6 +33,7 @@ struct Options {
     std::string seedFolder;
     std::vector<std::string> changes;
     std::string modelPath;
+    bool isPrinting = false;
 };
 
 bool Parse_Options(int argc, char **argv, Options *pOptions)
@@ -38,6 +47,8 @@ bool Parse_Options(int argc, char **argv, Options *pOptions)
             pOptions->seedFolder = argv[++i];
         else if (word == "--change" && hasNext)
             pOptions->changes.emplace_back(argv[++i]);
+        else if (word == "--print")
+            pOptions->isPrinting = true;
         else if (word[0] != '-' && pOptions->modelPath.empty())
             pOptions->modelPath = word;
         else
@@ -46,13 +57,15 @@ bool Parse_Options(int argc, char **argv, Options *pOptions)
     return !pOptions->modelPath.empty();
 }
 
-std::string Prepare_Model(const Options &options, Model *pModel, CameraFiles *pFiles)
+std::string Prepare_Model(const Options &options, Model *pModel)
 {
+    SideValues none;
+    CameraFiles files;
     std::string error = Load_Model(options.modelPath, pModel);
     for (size_t i = 0; i < options.changes.size() && error.empty(); ++i)
         error = Apply_ModelLine(options.changes[i], "--change:" + std::to_string(i + 1), pModel);
     if (error.empty())
-        error = Compose_CameraFiles(*pModel, pFiles);
+        error = Compose_CameraFiles(*pModel, &none, &files);
     return error;
 }
 
@@ -67,10 +80,17 @@ int Catch_StopSignals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-bool Run_Camera(const CameraFiles &files, Camera *pCamera)
+bool Has_Succeeded(const std::string &error)
+{
+    if (!error.empty())
+        fprintf(stderr, "simcam: %s\n", error.c_str());
+    return error.empty();
+}
+
+bool Run_Camera(Camera *pCamera)
 {
     const int stopDescriptor = Catch_StopSignals();
-    const bool isDone = Lay_Out_CameraFiles(files, pCamera->model.readOnly) &&
+    const bool isDone = Has_Succeeded(Lay_Out_CameraFiles(pCamera->model)) &&
                         Open_Snapshot(pCamera->model, &pCamera->snapshot) && Run_Services(stopDescriptor, pCamera);
     fputs(Describe_Leftovers(pCamera->model, pCamera->snapshot).c_str(), pCamera->pLog);
     Close_Snapshot(pCamera->snapshot);
@@ -83,24 +103,34 @@ bool Run_Camera(const CameraFiles &files, Camera *pCamera)
 int main(int argc, char **argv)
 {
     Options options;
+    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+        fputs(USAGE, stdout);
+        return 0;
+    }
     if (!Parse_Options(argc, argv, &options)) {
         fputs(USAGE, stderr);
         return EXIT_BAD_MODEL;
     }
     Camera camera;
-    CameraFiles files;
-    const std::string error = Prepare_Model(options, &camera.model, &files);
+    const std::string error = Prepare_Model(options, &camera.model);
     if (!error.empty()) {
         fprintf(stderr, "%s\n", error.c_str());
         return EXIT_BAD_MODEL;
     }
+    if (options.isPrinting)
+        return fputs(camera.model.text.c_str(), stdout) >= 0 ? 0 : EXIT_TROUBLE;
     if (!options.seedFolder.empty())
-        return Seed_CameraFiles(files, options.seedFolder) ? 0 : EXIT_TROUBLE;
+        return Has_Succeeded(Seed_CameraFiles(camera.model, options.seedFolder)) ? 0 : EXIT_TROUBLE;
+    if (getenv("CAMERA_SANDBOX") == nullptr) {
+        fputs(REFUSAL, stderr);
+        return EXIT_TROUBLE;
+    }
 
+    camera.start = camera.model;
     camera.pLog = options.logPath.empty() ? stdout : fopen(options.logPath.c_str(), "we");
     if (camera.pLog == nullptr) {
         fprintf(stderr, "simcam: cannot write %s: %s\n", options.logPath.c_str(), strerror(errno));
         return EXIT_TROUBLE;
     }
-    return Run_Camera(files, &camera) && fclose(camera.pLog) == 0 ? 0 : EXIT_TROUBLE;
+    return Run_Camera(&camera) && fclose(camera.pLog) == 0 ? 0 : EXIT_TROUBLE;
 }

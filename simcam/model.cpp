@@ -103,7 +103,7 @@ const char *Apply_Bitrate(Model *pModel, Text name, Text value)
     const std::vector<std::string> words = Split_Text(name, ' ');
     if (words.size() != 2)
         return "expected CHANNEL CODEC=TEXT";
-    pModel->settings["side videoin_" + words[0] + "_s0_" + words[1] + "_bitrate_check"] = value;
+    pModel->sides["videoin_" + words[0] + "_s0_" + words[1] + "_bitrate_check"] = value;
     return FINE;
 }
 
@@ -127,7 +127,7 @@ constexpr Directive DIRECTIVES[] = {
     {"ptz", true, [](Model *p, Text name, Text value) { return Apply_Setting(p, "ptz " + name, value); }},
     {"analytics", true, [](Model *p, Text name, Text value) { return Apply_Setting(p, "analytics " + name, value); }},
     {"bitrate", true, Apply_Bitrate},
-    {"side", true, [](Model *p, Text path, Text value) { return p->settings["side " + path] = value, FINE; }},
+    {"side", true, [](Model *p, Text path, Text value) { return p->sides[path] = value, FINE; }},
     {"file", true, [](Model *p, Text path, Text text) { return p->files[path] = text, FINE; }},
     {"nofile", false, [](Model *p, Text path, Text) { return p->files[path].reset(), FINE; }},
     {"readonly", false, [](Model *p, Text path, Text) { return p->readOnly.insert(path), FINE; }},
@@ -192,7 +192,10 @@ std::string Apply_ModelLine(const std::string &line, const std::string &origin, 
         if (word == directive.pszWord)
             pszError = Apply_Directive(directive, rest, pModel);
     }
-    return pszError == FINE ? "" : origin + ": " + word + ": " + pszError;
+    if (pszError != FINE)
+        return origin + ": " + word + ": " + pszError;
+    pModel->text += line + "\n";
+    return "";
 }
 
 bool Has_Fault(const Model &model, Service service, const char *pszWord)

@@ -45,9 +45,11 @@ struct Model {
     std::vector<Key> keys;                                   // in order of first mention, which is that of the snapshot
     std::map<std::string, std::optional<std::string>> files; // by path; without a text: removed
     std::set<std::string> readOnly;                          // paths
+    std::map<std::string, std::string> sides;                // values of the settings files, by path
     FaultList faults;
+    std::string text; // the lines that it is made of, those of included files in their place
 
-    // The other lines: what every camera has, "side " with a path, "fail " with a key.
+    // The other lines: what every camera has, "fail " with a key.
     std::map<std::string, std::string> settings = {
         {"snapshot base", "0xb6a00000"},
         {"snapshot size", "524288"},

@@ -1,5 +1,6 @@
 #include "requests.h"
 
+#include "control.h"
 #include "text.h"
 
 #include <algorithm>
@@ -87,6 +88,9 @@ std::string Answer_Analytics(const std::string &request, Camera *pCamera)
 std::string Answer_Request(Service service, const std::string &request, Camera *pCamera)
 {
     switch (service) {
+    case SERVICE_CONTROL:
+        Write_LogLine(*pCamera, "change", request.substr(0, request.find_last_not_of("\r\n") + 1));
+        return Change_Camera(request, pCamera);
     case SERVICE_PTZ:
         return Answer_Ptz(request, pCamera);
     case SERVICE_ANALYTICS:

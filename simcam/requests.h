@@ -7,6 +7,7 @@
 //   analytics GET /PATH BYTES   an HTTP request: method and path, and the bytes that had come when it was complete
 //   log PRIORITY TEXT           a message of param.cgi to the system logger; any other datagram is "log raw TEXT"
 //   bad TEXT                    anything else that came to the configuration daemon
+//   change LINES                a change of the camera (control.h)
 //   semaphore N, attached N     on exit: the semaphore's value, and how many still have the snapshot attached, unless
 //                               everything was given back
 #pragma once
@@ -19,6 +20,7 @@
 
 struct Camera {
     Model model;
+    Model start; // as it was when the camera started
     Snapshot snapshot;
     FILE *pLog = nullptr;
 };

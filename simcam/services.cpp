@@ -24,11 +24,16 @@ const int MAX_DRAIN_ROUNDS = 1000;
 const struct {
     int type;
     const char *pszPath;
-} SOCKETS[] = {
-    {SOCK_STREAM, nullptr}, {SOCK_STREAM, "/tmp/configer"}, {SOCK_STREAM, "/tmp/ptzctrl"}, {SOCK_DGRAM, "/dev/log"}};
+} SOCKETS[] = {{SOCK_STREAM, "/tmp/simcam"},
+               {SOCK_STREAM, nullptr},
+               {SOCK_STREAM, "/tmp/configer"},
+               {SOCK_STREAM, "/tmp/ptzctrl"},
+               {SOCK_DGRAM, "/dev/log"}};
 
 const size_t SOCKET_COUNT = std::size(SOCKETS);
 static_assert(SERVICE_SYSLOG == SOCKET_COUNT - 1, "the socket services come first");
+
+const Service SOCKET_SERVICES[] = {SERVICE_CONTROL, SERVICE_ANALYTICS, SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_SYSLOG};
 
 struct Connection {
     Service service;
@@ -105,6 +110,14 @@ void Remove_SocketFiles()
     }
 }
 
+void Close_Listener(Service service, Server *pServer)
+{
+    close(pServer->listeners[service]);
+    pServer->listeners[service] = -1;
+    if (SOCKETS[service].pszPath != nullptr)
+        unlink(SOCKETS[service].pszPath);
+}
+
 void Drain_SystemLog(const Server &server)
 {
     std::string datagram(MAX_REQUEST, '\0');
@@ -136,23 +149,45 @@ std::string Spoil_Answer(const Fault &fault, const std::string &answer)
     return fault.word == "garbage" ? garbage : answer;
 }
 
+// Starts the services again whose fault is another one than before. Returns false when one of them does not listen.
+bool Restart_Services(const FaultList &before, Server *pServer)
+{
+    bool isOpen = true;
+    for (const Service service : SOCKET_SERVICES) {
+        if (!(pServer->pCamera->model.faults[service] != before[service]))
+            continue;
+        if (service == SERVICE_SYSLOG)
+            Drain_SystemLog(*pServer);
+        Close_Listener(service, pServer);
+        isOpen = Open_Listener(service, pServer) && isOpen;
+        for (Connection &connection : pServer->connections)
+            connection.isClosed = connection.isClosed || connection.service == service;
+    }
+    return isOpen;
+}
+
 void Handle_Request(Connection *pConnection, Server *pServer)
 {
     // What the client logged before its request is waiting by now, and comes first.
     if (!Has_Fault(*pServer, SERVICE_SYSLOG, "hang"))
         Drain_SystemLog(*pServer);
     const Fault &fault = pServer->pCamera->model.faults[pConnection->service];
+    const FaultList faults = pServer->pCamera->model.faults;
     const std::string answer = Answer_Request(pConnection->service, pConnection->request, pServer->pCamera);
     pConnection->answer = Spoil_Answer(fault, answer);
+    if (pConnection->service == SERVICE_CONTROL && !Restart_Services(faults, pServer))
+        pConnection->answer = "a service does not listen; the messages of the camera tell why\n";
     pConnection->isAnswered = fault.word != "hang";
     if (fault.word == "late")
         pConnection->due = Get_Milliseconds() + static_cast<long long>(fault.number);
 }
 
-// HTTP requests have an end of their own, the others come in one piece.
+// HTTP requests have an end of their own, a change ends with the stream, the others come in one piece.
 bool Is_Complete(const Connection &connection)
 {
     const std::string &request = connection.request;
+    if (connection.service == SERVICE_CONTROL)
+        return false;
     return request.size() >= MAX_REQUEST ||
            (connection.service == SERVICE_ANALYTICS ? request.find("\r\n\r\n") != std::string::npos : !request.empty());
 }
@@ -224,13 +259,13 @@ bool Serve_Round(int stopDescriptor, int timeout, Server *pServer)
     std::vector<struct pollfd> descriptors = List_Descriptors(*pServer, stopDescriptor, &timeout);
     const int ready = poll(descriptors.data(), descriptors.size(), timeout);
     for (size_t i = 0; i < pServer->connections.size(); ++i) {
-        if (descriptors[1 + SOCKET_COUNT + i].revents != 0)
+        if (descriptors[1 + SOCKET_COUNT + i].revents != 0 && !pServer->connections[i].isClosed)
             Serve_Connection(&pServer->connections[i], pServer);
     }
     if (descriptors[1 + SERVICE_SYSLOG].revents != 0)
         Drain_SystemLog(*pServer);
-    for (const Service service : {SERVICE_ANALYTICS, SERVICE_CONFIGER, SERVICE_PTZ}) {
-        if (descriptors[1U + service].revents != 0)
+    for (const Service service : SOCKET_SERVICES) {
+        if (service != SERVICE_SYSLOG && descriptors[1U + service].revents != 0)
             Accept_Connections(service, pServer);
     }
     const auto isOpen = [](const Connection &connection) { return !connection.isClosed; };
@@ -256,10 +291,10 @@ void Drain_Services(Server *pServer)
 
 bool Run_Services(int stopDescriptor, Camera *pCamera)
 {
-    Server server = {pCamera, {-1, -1, -1, -1}, {}};
+    Server server = {pCamera, {-1, -1, -1, -1, -1}, {}};
     Remove_SocketFiles();
     bool isOpen = true;
-    for (const Service service : {SERVICE_ANALYTICS, SERVICE_CONFIGER, SERVICE_PTZ, SERVICE_SYSLOG})
+    for (const Service service : SOCKET_SERVICES)
         isOpen = isOpen && Open_Listener(service, &server);
     if (isOpen) {
         fputs("simcam: ready\n", stderr);

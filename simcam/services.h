@@ -4,6 +4,7 @@
 //   /tmp/ptzctrl      the PTZ daemon, the same
 //   127.0.0.1:80      the analytics HTTP service
 //   /dev/log          the system logger, a datagram socket
+//   /tmp/simcam       changes of the camera while it runs (control.h)
 //
 // Faults of the model change when a service listens, reads, answers and closes, never what it logs of a request that
 // it has read.

@@ -98,15 +98,38 @@ bool Open_Snapshot(const Model &model, Snapshot *pSnapshot)
            Deny_Access(model, *pSnapshot) && Publish_Snapshot(model, *pSnapshot);
 }
 
+bool Update_Snapshot(const Model &before, const Model &after, Snapshot *pSnapshot)
+{
+    bool isSame = true;
+    for (const Service service : {SERVICE_SNAPSHOT, SERVICE_SEMAPHORE})
+        isSame = isSame && !(before.faults[service] != after.faults[service]);
+    for (const char *pszSetting : {"snapshot base", "snapshot size"})
+        isSame = isSame && before.settings.at(pszSetting) == after.settings.at(pszSetting);
+    if (isSame)
+        return Publish_Snapshot(after, *pSnapshot);
+    Close_Snapshot(*pSnapshot);
+    *pSnapshot = {};
+    return Open_Snapshot(after, pSnapshot);
+}
+
+std::string Check_SnapshotSize(const Model &model)
+{
+    const size_t size = Build_SnapshotImage(model).size();
+    if (size <= Get_Number(model, "snapshot size"))
+        return "";
+    return "the keys take " + std::to_string(size) + " bytes, which is more than the snapshot has";
+}
+
 bool Publish_Snapshot(const Model &model, const Snapshot &snapshot)
 {
     if (snapshot.pMapping == nullptr)
         return true;
-    const std::string image = Build_SnapshotImage(model);
-    if (image.size() > Get_Number(model, "snapshot size")) {
-        fprintf(stderr, "simcam: the keys take %zu bytes, which is more than the snapshot has\n", image.size());
+    const std::string error = Check_SnapshotSize(model);
+    if (!error.empty()) {
+        fprintf(stderr, "simcam: %s\n", error.c_str());
         return false;
     }
+    const std::string image = Build_SnapshotImage(model);
     const bool isTaken = model.faults[SERVICE_SEMAPHORE].word.empty() && Move_Semaphore(snapshot, -1);
     memcpy(snapshot.pMapping, image.data(), std::min(image.size(), Get_SegmentSize(model)));
     if (isTaken)

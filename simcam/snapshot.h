@@ -14,6 +14,13 @@ struct Snapshot {
 // message on standard error, with whatever was created left for Close_Snapshot.
 bool Open_Snapshot(const Model &model, Snapshot *pSnapshot);
 
+// Takes over what has changed between two models: a changed size, base or fault is like a restart of the daemon, with
+// another segment and semaphore. Returns false after a message on standard error.
+bool Update_Snapshot(const Model &before, const Model &after, Snapshot *pSnapshot);
+
+// Returns an empty text, or by how much the keys have outgrown the segment.
+std::string Check_SnapshotSize(const Model &model);
+
 // Rewrites the segment under the semaphore. A client that never gives the semaphore back delays this by a second only.
 // A tree that has outgrown the segment stays as it was. Returns false after a message on standard error.
 bool Publish_Snapshot(const Model &model, const Snapshot &snapshot);
