@@ -36,8 +36,8 @@ static uint32_t Map_Link(const SnapshotSegment *ptSegment, uint32_t dwStored)
 
 bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptNode)
 {
-    *ptNode = {};
     if (ptSegment->dwSize < sizeof *ptNode || dwElement > ptSegment->dwSize - sizeof *ptNode) {
+        *ptNode = {};
         ptSegment->bDamaged = true;
         return false;
     }

@@ -52,15 +52,24 @@ static int Read_Body(ParamContext *ptContext)
     return 0;
 }
 
+/// Whether an address does not begin with a number: what scanf's "%d" would not convert. The end of the text is not a
+/// failed conversion, so an empty address is no IPv6 one.
+static bool Begins_WithoutNumber(const char *pszAddress)
+{
+    pszAddress += strspn(pszAddress, " \t\n\v\f\r");
+    if (*pszAddress == '\0')
+        return false;
+    if (*pszAddress == '-' || *pszAddress == '+')
+        ++pszAddress;
+    return *pszAddress < '0' || *pszAddress > '9';
+}
+
 int Param_StateRoutine_Getenv(ParamContext *ptContext)
 {
     ptContext->pszServerAddr = getenv("SERVER_ADDR");
     if (ptContext->pszServerAddr == nullptr)
         return Fail_Request(ptContext, "Get HTTP IP address failed\r\n");
-    // "No number at all" is a scan result of 0; an empty address is the end of input, which is another result.
-    int iNumber = 0;
-    ptContext->bServerAddrIPv6 =
-        sscanf(ptContext->pszServerAddr, "%d.%d.%d.%d", &iNumber, &iNumber, &iNumber, &iNumber) == 0 ? 1 : 0;
+    ptContext->bServerAddrIPv6 = Begins_WithoutNumber(ptContext->pszServerAddr) ? 1 : 0;
 
     const char *pszMethod = getenv("REQUEST_METHOD");
     if (pszMethod == nullptr)

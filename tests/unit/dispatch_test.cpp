@@ -1,12 +1,14 @@
 // Matching names against the table must find exactly what the plain way finds: scan the cut name with the template,
 // print the template with the numbers again, compare.
 #include "param/dispatch.h"
+#include "param/param_state.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -147,4 +149,21 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
     EXPECT_EQ(Parse(strLong.c_str(), 256, 0), -1);
     EXPECT_EQ(Parse(strLong.c_str() + 1, 255, 0), 0);
     EXPECT_EQ(Parse("a", 1, 3), -1);
+}
+
+TEST(Getenv, TakesAnAddressForIPv6WhereScanfConvertsNoNumber)
+{
+    const std::string strCharacters = " \t\n\v\f\r+-09.:a\xa0";
+    std::vector<std::string> astrText = {""};
+    for (size_t uText = 0; astrText[uText].size() < 3; ++uText)
+        for (const char c : strCharacters)
+            astrText.push_back(astrText[uText] + c);
+    for (const std::string &strText : astrText) {
+        int iNumber = 0;
+        const bool bIPv6 = sscanf(strText.c_str(), "%d.%d.%d.%d", &iNumber, &iNumber, &iNumber, &iNumber) == 0;
+        ParamContext tContext = {};
+        setenv("SERVER_ADDR", strText.c_str(), 1);
+        Param_StateRoutine_Getenv(&tContext);
+        ASSERT_EQ(tContext.bServerAddrIPv6, bIPv6 ? 1 : 0) << testing::PrintToString(strText);
+    }
 }
