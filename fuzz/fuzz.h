@@ -29,6 +29,8 @@ inline FuzzText Make_Text(const uint8_t *pData, size_t uSize)
     return acText;
 }
 
+constexpr uint8_t SEPARATOR = 0xff;
+
 // What is left of an input.
 struct FuzzInput {
     const uint8_t *pData;

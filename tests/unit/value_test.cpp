@@ -4,13 +4,16 @@
 #include "common/int32.h"
 #include "common/string_util.h"
 #include "conflib/cdf_range.h"
+#include "conflib/configer.h"
 #include "conflib/escape_decode.h"
-#include "mapping/motion.h"
 #include "mapping/ptz_io.h"
-#include "mapping/video.h"
 #include "sidestore/quorvex_xml_parser.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <limits>
@@ -31,14 +34,6 @@ std::string Decode(std::string strText)
     int iLength = 0;
     EscapeDecodeString(acText.data(), static_cast<int>(acText.size()), acText.data(), &iLength, 1);
     return std::string(acText.data(), static_cast<size_t>(iLength));
-}
-
-std::string Position(const char *pszText, size_t uSize = 512)
-{
-    std::vector<char> acText(512);
-    snprintf(acText.data(), acText.size(), "%s", pszText);
-    EXPECT_EQ(Check_MotionPosition(acText.data(), uSize), 0);
-    return acText.data();
 }
 
 std::string g_strHooked;
@@ -160,43 +155,6 @@ TEST(CdfRange, ParsesBothForms)
     EXPECT_EQ(QuorvexParseXMLFloatRange(nullptr, &tRange), -1);
 }
 
-TEST(Motion, TurnsRectanglesIntoPolygons)
-{
-    EXPECT_EQ(Position("0.1,0.2,0.5,0.6"), "1999,999,1999,4999,5999,4999,5999,999");
-    EXPECT_EQ(Position("0,0,1,1"), "0,0,0,9999,9999,9999,9999,0");
-    EXPECT_EQ(Position("0.5"), "0,4999,0,0,0,0,0,4999");
-    EXPECT_EQ(Position("0.5,0.2,0.1,0.1"), "1999,4999,1999,1000,1000,1000,1000,4999");
-    EXPECT_EQ(Position("-1e300,1e300,nan,x"),
-              "2147483647,-2147483648,2147483647,-2147483648,0,-2147483648,0,-2147483648");
-    EXPECT_EQ(Position("0,0,1,1", 8), "0,0,0,9");
-}
-
-TEST(Video, FindsTheSmallestNumber)
-{
-    struct {
-        std::string strList;
-        int iResult;
-        int32_t iMinimum;
-    } const atList[] = {{"30,25", 0, 25},        {"x,7fps,", 0, 7},
-                        {"", -1, INT32_MAX},     {"2147483647", -1, INT32_MAX},
-                        {"-5000000000,3", 0, 3}, {"5000000000,-2147483648", 0, INT32_MIN}};
-    for (const auto &t : atList) {
-        std::vector<char> acList(t.strList.c_str(), t.strList.c_str() + t.strList.size() + 1);
-        int32_t iMinimum = 0;
-        EXPECT_EQ(FindMinNbrInList(acList.data(), ",", &iMinimum), t.iResult) << t.strList;
-        EXPECT_EQ(iMinimum, t.iMinimum) << t.strList;
-    }
-}
-
-TEST(Ptz, TellsTheTypeOfCamera)
-{
-    const PTZCapability atCamera[] = {{0, 1, 1}, {1, 0, 1}, {1, 1, 0}, {1, 1, 1}};
-    const int aiType[] = {PTZ_TYPE_OFF, PTZ_TYPE_NO_ZOOM, PTZ_TYPE_ZOOM, PTZ_TYPE_FULL};
-    for (size_t u = 0; u < std::size(atCamera); ++u)
-        EXPECT_EQ(SupportPTZType(&atCamera[u]), aiType[u]);
-    EXPECT_EQ(SupportPTZType(nullptr), 0);
-}
-
 TEST(StringUtil, PacksVersions)
 {
     EXPECT_EQ(VersionStringToFourCC("2.0.0.0"), 2u);
@@ -258,11 +216,21 @@ TEST(DebugLog, WritesToTheSinksOfItsLevel)
     g_pfnTelnetDbgPrint = NullTelnetDbgPrint;
 }
 
-// The pauses and log lines of the PTZ client, recorded in place of the C library's.
+// What the clients of the daemons want of the C library: pauses and log lines are recorded, and a connection leads to
+// the test, if it has an end for it.
 namespace {
 std::vector<unsigned int> g_auPause;
 std::vector<std::string> g_astrLog;
+int g_iDaemon = -1;
 } // namespace
+
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
+extern "C" int connect(int iSocket, const struct sockaddr *ptAddress, socklen_t uLength)
+{
+    if (g_iDaemon < 0)
+        return static_cast<int>(syscall(SYS_connect, iSocket, ptAddress, uLength));
+    return dup2(g_iDaemon, iSocket) < 0 ? -1 : 0;
+}
 
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" unsigned int sleep(unsigned int uSeconds)
@@ -313,4 +281,26 @@ TEST(SideStore, NamesAnUnknownCodecAlsoWithoutACamera)
     EXPECT_EQ(Set_VideoGOP_to_QuorvexXMLFile(0, 0, "mjpeg", 30), -1);
     EXPECT_EQ(g_astrLog,
               std::vector<std::string>{"6 QuorvexXML: Set_VideoGOP_to_QuorvexXMLFile: Error Unknow codec: mjpeg"});
+}
+
+TEST(Configer, AppliesAndEchoesTheWholeAnswer)
+{
+    int aiEnd[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
+    const std::string strAnswer = "100%s" + std::string(3000, 'x');
+    ASSERT_EQ(write(aiEnd[0], strAnswer.data(), strAnswer.size()), static_cast<ssize_t>(strAnswer.size()));
+    shutdown(aiEnd[0], SHUT_WR);
+    g_iDaemon = aiEnd[1];
+    ConfigerRequest tRequest = {CONFIGER_APPLY, "Value", "", "payload", 1, 2, 3};
+    EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), -1);
+    strcpy(tRequest.szApplyArg, "network");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), strAnswer);
+    char szRequest[64] = "";
+    EXPECT_GT(read(aiEnd[0], szRequest, sizeof szRequest - 1), 0);
+    EXPECT_STREQ(szRequest, "apply Value 1 2 network\npayload");
+    close(aiEnd[0]);
+    close(aiEnd[1]);
+    g_iDaemon = -1;
 }
