@@ -1,0 +1,146 @@
+"""The simulated camera as others use it, outside of the sandbox: script/demo in a tree of its own, a served camera that is
+changed while it runs, seeds, and what is said where something is missing."""
+import json
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import socket
+import subprocess
+
+import pytest
+
+from camera import TIME_LIMIT
+
+TREE = pathlib.Path(__file__).resolve().parents[1]
+BANNER = "The camera answers"
+MODEL, UNIT, FIRMWARE, CONTRAST = ("cgi-bin/param.cgi?req=" + name for name in (
+    "General.Brand.ModelName", "General.UnitName", "General.FirmwareVersion", "VideoInput.1.Contrast"))
+
+
+def run(*words, **options):
+    """Returns the exit status and what was printed."""
+    done = subprocess.run([str(word) for word in words], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=3 * TIME_LIMIT, **options)
+    return done.returncode, done.stdout
+
+
+def run_in_fresh_root(tree, command):
+    """In a file system with the host's programs, the tree and nothing else, and a network of its own."""
+    links = [word for path in pathlib.Path("/").iterdir() if path.is_symlink() and os.readlink(path).startswith("usr/")
+             for word in ("--symlink", os.readlink(path), path)]
+    return run("bwrap", "--unshare-user", "--unshare-net", "--die-with-parent", "--uid", "0", "--ro-bind", "/usr", "/usr",
+               "--ro-bind", "/etc/alternatives", "/etc/alternatives", *links, "--dev", "/dev", "--bind", "/proc", "/proc",
+               "--dir", "/tmp", "--bind", tree, tree, "--chdir", tree, "--clearenv", "--setenv", "PATH",
+               "/usr/sbin:/usr/bin", "bash", "-c", command)
+
+
+@pytest.fixture(scope="module")
+def tree(tmp_path_factory):
+    """A copy of this tree, built by the steps of the Containerfile."""
+    tree = tmp_path_factory.mktemp("demo") / "a tree"
+    shutil.copytree(TREE, tree, ignore=shutil.ignore_patterns("build", ".git"))
+    for step in re.findall("(?m)^RUN (.*)", (tree / "Containerfile").read_text()):
+        status, output = run_in_fresh_root(tree, step)
+        assert status == 0, f"{step}: {output}"
+    return tree
+
+
+def serve(*words):
+    """A served demo whose banner is out."""
+    demo = subprocess.Popen([str(word) for word in words], cwd="/", stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, text=True)
+    said = [""]
+    while BANNER not in said[-1]:
+        said.append(demo.stdout.readline())
+        assert said[-1], said
+    return demo
+
+
+def stop(demo):
+    demo.terminate()
+    output, _ = demo.communicate(timeout=TIME_LIMIT)
+    assert (demo.returncode, output[-14:]) == (0, "demo: stopped\n"), output
+    return output
+
+
+def test_container(tree):
+    words = shlex.join(json.loads(re.search("(?m)^ENTRYPOINT (.*)", (tree / "Containerfile").read_text())[1]))
+    status, output = run_in_fresh_root(tree, f"""coproc {words} 2>&1; until [[ ${{line-}} == *'{BANNER}'* ]]; do
+        read -ru ${{COPROC[0]}} line || exit; done; curl -s 127.0.0.1:8000/{MODEL}; pid=$COPROC_PID; kill $pid; wait $pid""")
+    assert (status, output) == (0, "General.Brand.ModelName=KD-120\n")
+
+
+def test_two_cameras_changed_while_they_run(tree, tmp_path):
+    (tmp_path / "mine.model").write_text(f"include {tree}/simcam/models/ptz.model\nside image_c0_contrast=61\n")
+    (tmp_path / "demo").symlink_to(tree / "script/demo")
+    with socket.create_server(("127.0.0.1", 0)) as probe:
+        port = probe.getsockname()[1]
+    mine = serve(tmp_path / "demo", "--serve", port, "--model", tmp_path / "mine.model", "--change", "key system_hostname=Hall")
+    other = serve(tmp_path / "demo", "--serve", port, "--bind", "127.0.0.2", "--model", "encoder")
+
+    def ask(path, *words):
+        return run("curl", "-sw", "%{http_code}", f"http://127.0.0.1:{port}/{path}", *words)[1]
+
+    for lines, said, question, answer in (
+            ("fault configer refuse", "ok\n200", FIRMWARE, "#error"),
+            ("fault configer none\nkey system_info_extendedmodelname=Z", "ok\n200", FIRMWARE, "=KLX-0201c"),
+            ("key system_hostname=X\nfault ptz hnag", "line 2: fault: ", UNIT, "=Hall"),
+            ("side image_c0_brightness=7", "ok\n200", CONTRAST, "=61"),
+            ("side image_c0_contrast=62\nfault ptz close", "ok\n200", CONTRAST, "=62"),
+            ("fault snapshot small\nfault semaphore absent", "ok\n200", MODEL, "#error"),
+            ("reset", "ok\n200", MODEL, "=KP-930"), ("key system_ntp=x", "ok\n200", CONTRAST, "=61")):
+        assert ask("camera", "--data-binary", lines).startswith(said), lines
+        assert answer in ask(question), lines
+    log = ask("camera/log")
+    assert "change key system_hostname=X\\nfault ptz hnag\n" in log
+    assert ask("camera/log", "--range", f"{len(log) - 8}-") == log[-8:-3] + "206"
+    assert "the web server: semget: " in stop(mine)
+    stop(other)
+
+
+@pytest.mark.parametrize("words, message", [
+    ("--serve 0", "--serve 0: a port is 1 to 65535"), ("--serve 65536", "--serve 65536: a port"),
+    ("--serve PORT", "Address already in use"), ("--serve 4000 --bind 192.0.2.1", "Cannot assign requested address"),
+    ("--model none", "no model none"), ("--change key", "--change:1: key: expected NAME=VALUE"), ("--port 1", "no option")])
+def test_what_cannot_be_served(tree, words, message):
+    with socket.create_server(("127.0.0.1", 0)) as taken:
+        status, output = run(tree / "script/demo", *words.replace("PORT", str(taken.getsockname()[1])).split())
+    assert status != 0 and message in output and BANNER not in output
+
+
+def test_simcam_seeds_and_refuses(tree, tmp_path):
+    simcam, model = tree / "build/release/simcam/simcam", tree / "simcam/models/dome.model"
+    settings = tmp_path / "config_quorvexVideo.xml"
+    assert run(simcam, "--help")[0] == 0
+    assert "/usr/sbin/configer of this machine" in run(simcam, "--log", "/dev/full", model)[1]
+    for change in ("nvideoin=0", "nmotion=two", "nmediastream=101", "videoin_codec=h266"):
+        assert run(simcam, "--seed", tmp_path, "--change", f"key capability_{change}", model)[0] == 1 and not settings.exists()
+    settings.write_text("<root><quorvex><image><c0><contrast>9</contrast></c0></image></quorvex></root>")
+    assert run(simcam, "--seed", tmp_path, "--change", "key capability_nvideoin=2", model) == (0, "")
+    seed = settings.read_text()
+    assert [seed.count(text) for text in ("<contrast>9<", "<contrast>50<", "<brightness>50<")] == [1, 1, 2]
+    assert "whose value would be lost" in run(simcam, "--seed", tmp_path, model)[1] and settings.read_text() == seed
+
+
+def test_what_a_machine_lacks(tree, tmp_path):
+    for name in "g++ cmake ninja bash dirname realpath grep sed".split():
+        (tmp_path / name).symlink_to(shutil.which(name))
+    lean = {"env": {"PATH": str(tmp_path)}}
+    assert run("/bin/bash", tree / "script/bootstrap", "build", **lean) == (0, "bootstrap: everything is installed (build)\n")
+    status, output = run("/bin/bash", tree / "script/bootstrap", "build", "sandbox", **lean)
+    assert status == 1 and output.endswith("there is no apt-get here; install by the means of this system what these packages "
+                                           "of Debian hold: bubblewrap\n")
+    status, output = run("unshare", "-Ur", "sh", "-c", "echo 0 >/proc/sys/user/max_user_namespaces && exec setpriv "
+                         "--bounding-set=-all --inh-caps=-all \"$0\" true", tree / "script/sandbox")
+    assert status == 2 and "allows no namespaces" in output
+
+
+def test_options_of_scripts_and_builds(tree, tmp_path):
+    for script in (path for path in (tree / "script").iterdir() if "/common.sh" in path.read_text()):
+        status, output = run(script, "--help", cwd=tmp_path)
+        assert status == 0 and f"usage: script/{script.name}" in output and "#" not in output[0]
+    assert run("cmake", "-S", tree, "-B", tmp_path, "-G", "Ninja", "-DPARAM_BUILD_HOST_TOOLS=OFF",
+               "-DCMAKE_CXX_FLAGS_RELEASE=-O1")[0] == 0
+    assert set(re.findall(" -O.", (tmp_path / "compile_commands.json").read_text())) == {" -O1"}
