@@ -23,7 +23,8 @@
 //   readonly PATH               the file, once laid out, cannot be written
 //   fault SERVICE FAULT         see faults.h
 //
-// The texts of bitrate, side and file are written as they stand, without XML escaping.
+// The texts of bitrate, side and file are written as they stand, without XML escaping. The same lines change a camera
+// that runs (control.h).
 #pragma once
 
 #include "faults.h"

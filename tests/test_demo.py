@@ -47,15 +47,19 @@ def tree(tmp_path_factory):
     return tree
 
 
-def serve(*words):
-    """A served demo whose banner is out."""
-    demo = subprocess.Popen([str(word) for word in words], cwd="/", stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                            stderr=subprocess.STDOUT, text=True)
-    said = [""]
-    while BANNER not in said[-1]:
-        said.append(demo.stdout.readline())
-        assert said[-1], said
-    return demo
+@pytest.fixture
+def serve(request):
+    """Starts a served demo and waits for its banner."""
+    def start(*words):
+        demo = subprocess.Popen([str(word) for word in words], cwd="/", stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT, text=True)
+        request.addfinalizer(demo.terminate)
+        said = [""]
+        while BANNER not in said[-1]:
+            said.append(demo.stdout.readline())
+            assert said[-1], said
+        return demo
+    return start
 
 
 def stop(demo):
@@ -72,7 +76,7 @@ def test_container(tree):
     assert (status, output) == (0, "General.Brand.ModelName=KD-120\n")
 
 
-def test_two_cameras_changed_while_they_run(tree, tmp_path):
+def test_two_cameras_changed_while_they_run(tree, tmp_path, serve):
     (tmp_path / "mine.model").write_text(f"include {tree}/simcam/models/ptz.model\nside image_c0_contrast=61\n")
     (tmp_path / "demo").symlink_to(tree / "script/demo")
     with socket.create_server(("127.0.0.1", 0)) as probe:
