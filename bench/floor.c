@@ -1,9 +1,9 @@
 // What a request costs before any of its logic: the system calls of param.cgi, made by a program that does nothing
 // else.
 //
-// floor READS TOUCHES EXCHANGES: the snapshot lookup READS times, touching TOUCHES pages of the attached segment in
+// floor READS+TOUCHES+EXCHANGES: the snapshot lookup READS times, touching TOUCHES pages of the attached segment in
 // all, then one look for the PTZ daemon, the body of a write from standard input, EXCHANGES requests to the
-// configuration daemon, and one piece of output.
+// configuration daemon, and one piece of output. Behind a web server the numbers are the query string.
 #define _GNU_SOURCE // semtimedop
 #include <fcntl.h>
 #include <stdint.h>
@@ -61,15 +61,23 @@ static int Exchange(void)
     return close(iSocket);
 }
 
+static int Take_Number(char **ppcNext)
+{
+    const long lNumber = strtol(*ppcNext, ppcNext, 10);
+    *ppcNext += **ppcNext == '+';
+    return (int)lNumber;
+}
+
 int main(int argc, char *argv[])
 {
     static const char REPLY[] = "Content-type: text/plain\r\n\r\n\nfloor\r\n";
     char acBody[4096];
-    if (argc != 4)
+    char *pcNext = argc > 1 ? argv[1] : getenv("QUERY_STRING");
+    if (pcNext == NULL)
         return EXIT_FAILURE;
-    const int iReads = atoi(argv[1]);
-    const int iTouches = atoi(argv[2]);
-    const int iExchanges = atoi(argv[3]);
+    const int iReads = Take_Number(&pcNext);
+    const int iTouches = Take_Number(&pcNext);
+    const int iExchanges = Take_Number(&pcNext);
     for (int i = 0; i < iReads; i++)
         if (Lookup(i == 0, iTouches * (i + 1) / iReads - iTouches * i / iReads) != 0)
             return EXIT_FAILURE;
