@@ -8,6 +8,8 @@
 static constexpr int TEMPLATE_MAX_LENGTH = 255;
 static constexpr int INDEX_MAX_COUNT = 2;
 
+static bool Is_Digit(char c) { return c >= '0' && c <= '9'; }
+
 /// Reads a 32-bit number as printf writes it: no plus sign, no leading zero. Returns its length; 0 when there is none.
 static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
 {
@@ -16,7 +18,7 @@ static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
     const int64_t lLimit = bNegative ? -int64_t{INT32_MIN} : INT32_MAX;
     int64_t lNumber = 0;
     const char *pc = pcFirst;
-    for (; pc < pcEnd && *pc >= '0' && *pc <= '9' && lNumber <= lLimit; ++pc)
+    for (; pc < pcEnd && Is_Digit(*pc) && lNumber <= lLimit; ++pc)
         lNumber = lNumber * 10 + (*pc - '0');
     if (pc == pcFirst || lNumber > lLimit || (*pcFirst == '0' && pc - pcText > 1))
         return 0;
@@ -24,44 +26,44 @@ static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
     return static_cast<int>(pc - pcText);
 }
 
-/// Compares a name with a template as QuorvexDispatchParser does. When they differ, *piAlike is how many of the first
-/// characters another template must have in common with this one to differ from the name in the same way; 0 when that
-/// cannot be told.
+/// The first place where a name does not go on like a template, when it was looked at: which character of the template
+/// that is, and what the name has there. Before the first such place: none.
+struct Parting {
+    int iPlace;
+    char cName;
+};
+constexpr Parting NO_PARTING = {-1, '\0'};
+
+/// Compares a name with a template as QuorvexDispatchParser does, and remembers where they part.
 static int Compare_Name(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                        int32_t (&aiNumber)[INDEX_MAX_COUNT], int *piAlike)
+                        int32_t (&aiNumber)[INDEX_MAX_COUNT], Parting *ptParting)
 {
     const char *const pcEnd = pszName + iLength;
     const char *pcTemplate = pszTemplate;
     const char *pcName = pszName;
     int iRead = 0;
     while (pcName < pcEnd && *pcTemplate != '\0') {
-        if (*pcTemplate == '%' && iRead < iIndexCount) {
-            const int iDigits = Read_Number(pcName, pcEnd, &aiNumber[iRead]);
-            if (iDigits == 0)
-                return -1;
-            ++iRead;
-            pcTemplate += 2;
-            pcName += iDigits;
-        } else if (*pcTemplate == *pcName) {
-            ++pcTemplate;
-            ++pcName;
-        } else {
+        const bool bNumber = *pcTemplate == '%' && iRead < iIndexCount;
+        const int iTaken = bNumber ? Read_Number(pcName, pcEnd, &aiNumber[iRead]) : (*pcTemplate == *pcName ? 1 : 0);
+        if (iTaken == 0) {
             // Behind a number longer than its "%d" a shorter template might have cut the name before this place.
             if (pcName - pszName <= pcTemplate - pszTemplate)
-                *piAlike = static_cast<int>(pcTemplate - pszTemplate) + 1;
+                *ptParting = {static_cast<int>(pcTemplate - pszTemplate), *pcName};
             return -1;
         }
+        iRead += bNumber ? 1 : 0;
+        pcTemplate += bNumber ? 2 : 1;
+        pcName += iTaken;
     }
     return iRead == iIndexCount && (pcName == pcEnd || *pcName == '\0') ? 0 : -1;
 }
 
 static int Match_Name(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
-                      ParamContext *ptContext, int *piAlike)
+                      ParamContext *ptContext, Parting *ptParting)
 {
     int32_t aiNumber[INDEX_MAX_COUNT] = {};
-    *piAlike = 0;
     if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
-        Compare_Name(pszTemplate, pszName, iLength, iIndexCount, aiNumber, piAlike) != 0)
+        Compare_Name(pszTemplate, pszName, iLength, iIndexCount, aiNumber, ptParting) != 0)
         return -1;
     if (iIndexCount >= 1)
         ptContext->iIndex1 = Int32_Add(aiNumber[0], -1);
@@ -73,21 +75,28 @@ static int Match_Name(const char *pszTemplate, const char *pszName, int iLength,
 int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLength, int iIndexCount,
                           ParamContext *ptContext)
 {
-    int iAlike = 0;
-    return Match_Name(pszTemplate, pszName, iLength, iIndexCount, ptContext, &iAlike);
+    Parting tParting = NO_PARTING;
+    return Match_Name(pszTemplate, pszName, iLength, iIndexCount, ptContext, &tParting);
+}
+
+/// Whether a template can match a name that has parted from another one. Up to there the name goes on like that other
+/// template, so this one has to as well, and then to have what the name has there, or nothing more at all.
+static bool May_Match(const char *pszTemplate, Parting tParting)
+{
+    if (tParting.iPlace < 0 || tParting.iPlace > DISPATCH_NAME_MIN_LENGTH)
+        return true;
+    const char c = pszTemplate[tParting.iPlace];
+    return c == tParting.cName || c == '\0' || (c == '%' && (tParting.cName == '-' || Is_Digit(tParting.cName)));
 }
 
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
 {
-    const char *pszFailed = "";
-    int iAlike = 0;
+    Parting tParting = NO_PARTING;
     for (const DispatchEntry *ptEntry = g_tDispatchTable; ptEntry->pszName != nullptr; ++ptEntry) {
-        // Entries that begin like the one that has just failed, up to the place where it failed, fail there, too.
-        if (iAlike > 0 && strncmp(ptEntry->pszName, pszFailed, static_cast<size_t>(iAlike)) == 0)
+        if (!May_Match(ptEntry->pszName, tParting))
             continue;
-        pszFailed = ptEntry->pszName;
-        const int iLength = static_cast<int>(strlen(pszFailed));
-        if (Match_Name(pszFailed, pszName, iLength, ptEntry->iIndexCount, ptContext, &iAlike) == 0)
+        const int iLength = static_cast<int>(strlen(ptEntry->pszName));
+        if (Match_Name(ptEntry->pszName, pszName, iLength, ptEntry->iIndexCount, ptContext, &tParting) == 0)
             return ptEntry;
     }
     return nullptr;

@@ -16,6 +16,9 @@ struct DispatchEntry {
 /// Every parameter that the camera answers; the first entry that matches a name wins. Ends with a null name.
 extern const DispatchEntry g_tDispatchTable[];
 
+/// No name in the table is shorter.
+constexpr int DISPATCH_NAME_MIN_LENGTH = 15;
+
 /// 0 when a request name matches a template, which has iLength characters and iIndexCount "%d"; the indexes minus 1 are
 /// then in iIndex1 and iIndex2. Otherwise -1. Only the first iLength characters of the request name count, so a name
 /// that runs on still matches. Numbers must be written as printf writes them (no blank, no plus sign, no leading zero)

@@ -12,7 +12,7 @@ static constexpr ParamAccess RW = ACCESS_READ_WRITE;
 
 // One line an entry. The order matters only for names that more than one template matches.
 // clang-format off
-const DispatchEntry g_tDispatchTable[] = {
+constexpr DispatchEntry g_tDispatchTable[] = {
     {"General.FirmwareVersion", R, 0, &g_tGeneral_FirmwareVersion_Dispatch},
     {"General.ProtocolVersion", R, 0, &g_tGeneral_ProtocolVersion_Dispatch},
     {"General.ConfigUrl", R, 0, &g_tGeneral_ConfigUrl_Dispatch},
@@ -188,3 +188,17 @@ const DispatchEntry g_tDispatchTable[] = {
     {nullptr, 0, -1, nullptr},
 };
 // clang-format on
+
+static constexpr bool Has_ShorterName(int iLength)
+{
+    for (const DispatchEntry &tEntry : g_tDispatchTable)
+        for (int i = 0; tEntry.pszName != nullptr && i < iLength; ++i)
+            if (tEntry.pszName[i] == '\0')
+                return true;
+    return false;
+}
+
+static_assert(!Has_ShorterName(DISPATCH_NAME_MIN_LENGTH),
+              "a name is shorter than DISPATCH_NAME_MIN_LENGTH: lower that");
+static_assert(Has_ShorterName(DISPATCH_NAME_MIN_LENGTH + 1),
+              "all names are longer than DISPATCH_NAME_MIN_LENGTH: raise it");
