@@ -44,16 +44,23 @@ extern "C" {
 key_t __wrap_ftok(const char *, int) { return Fail(FAULT_NO_KEY); }
 int __wrap_semget(key_t, int, int) { return Fail(FAULT_NO_SEMAPHORE); }
 
-int __wrap_semtimedop(int, struct sembuf *ptOperation, size_t uCount, const struct timespec *ptTime)
+int __wrap_semop(int, struct sembuf *ptOperation, size_t uCount)
 {
-    Require(uCount == 1 && (ptOperation->sem_flg & SEM_UNDO) != 0 && ptTime != nullptr,
-            "the kernel can undo, and waits end");
+    const bool bWaits = ptOperation->sem_op < 0 && (ptOperation->sem_flg & IPC_NOWAIT) == 0;
+    Require(uCount == 1 && (ptOperation->sem_flg & SEM_UNDO) != 0 && !bWaits, "the kernel can undo, and nothing waits");
     if (Fail(ptOperation->sem_op < 0 ? FAULT_TAKE : FAULT_GIVE) != 0)
         return -1;
     g_iBalance += ptOperation->sem_op;
     if (ptOperation->sem_op > 0 && (g_iFaults & FAULT_CHANGE) != 0)
         std::fill(g_acSegment.begin(), g_acSegment.end(), '\0');
     return 0;
+}
+
+int __wrap_semtimedop(int, struct sembuf *, size_t, const struct timespec *ptTime)
+{
+    Require((g_iFaults & FAULT_TAKE) != 0 && ptTime != nullptr,
+            "only a taken semaphore is waited for, and not for ever");
+    return Fail(FAULT_TAKE);
 }
 
 int __wrap_shmget(key_t, size_t, int) { return g_iSegmentId; }

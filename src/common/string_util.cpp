@@ -9,6 +9,17 @@ static unsigned char Fold_Case(char cByte)
     return static_cast<unsigned char>(cByte >= 'A' && cByte <= 'Z' ? cByte - 'A' + 'a' : cByte);
 }
 
+size_t Copy_Text(char *pszTarget, size_t uSize, const char *pszText)
+{
+    const size_t uLength = strlen(pszText);
+    if (uSize == 0)
+        return uLength;
+    const size_t uCopied = uLength < uSize ? uLength : uSize - 1;
+    memcpy(pszTarget, pszText, uCopied);
+    pszTarget[uCopied] = '\0';
+    return uLength;
+}
+
 uint32_t VersionStringToFourCC(const char *pszVersion)
 {
     constexpr unsigned int PART_COUNT = 4;

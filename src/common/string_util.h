@@ -4,6 +4,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/// Copies as much of a text as fits into uSize bytes with its terminator. Returns the length of the whole text.
+size_t Copy_Text(char *pszTarget, size_t uSize, const char *pszText);
+
 /// Packs a dotted version text into one word, first part lowest: "1.2.3.4" gives 0x04030201. Looks at the first fifteen
 /// characters and at most four parts; a part above 255 spills into the next byte. No part: 0.
 uint32_t VersionStringToFourCC(const char *pszVersion);

@@ -1,5 +1,6 @@
 #include "conflib/cdf_range.h"
 
+#include "common/string_util.h"
 #include "conflib/xml_file.h"
 #include "sxmlparser/sxmlparser.h"
 
@@ -66,7 +67,7 @@ int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t 
     char szChannel[CHANNEL_TAG_SIZE];
     char szCodec[CODEC_TAG_SIZE];
     snprintf(szChannel, sizeof szChannel, "c%d", iChannel);
-    snprintf(szCodec, sizeof szCodec, "%s", pszCodec);
+    Copy_Text(szCodec, sizeof szCodec, pszCodec);
 
     SXMLParserContext *ptParser = nullptr;
     int iResult = Open_XMLFile(CDF_PATH, "OnvifInitialize", &ptParser);

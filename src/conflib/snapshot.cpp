@@ -34,14 +34,28 @@ static uint32_t Map_Link(const SnapshotSegment *ptSegment, uint32_t dwStored)
     return dwStored == 0 ? SNAPSHOT_NONE : MapRealAddr(ptSegment, dwStored);
 }
 
-bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptNode)
+/// Copies the record at a local address as it is stored. False when it does not lie inside the segment.
+static bool Copy_Record(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptStored)
 {
-    if (ptSegment->dwSize < sizeof *ptNode || dwElement > ptSegment->dwSize - sizeof *ptNode) {
-        *ptNode = {};
+    if (ptSegment->dwSize < sizeof *ptStored || dwElement > ptSegment->dwSize - sizeof *ptStored) {
         ptSegment->bDamaged = true;
         return false;
     }
-    memcpy(ptNode, ptSegment->pcBase + dwElement, sizeof *ptNode);
+    // The daemon aligns its records; only of those does the camera's processor copy whole words (a third of a lookup).
+    const char *pcRecord = ptSegment->pcBase + dwElement;
+    if (dwElement % alignof(SnapshotNode) == 0)
+        memcpy(ptStored, __builtin_assume_aligned(pcRecord, alignof(SnapshotNode)), sizeof *ptStored);
+    else
+        memcpy(ptStored, pcRecord, sizeof *ptStored);
+    return true;
+}
+
+bool GetRealElement(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptNode)
+{
+    if (!Copy_Record(ptSegment, dwElement, ptNode)) {
+        *ptNode = {};
+        return false;
+    }
     ptNode->dwName = MapRealAddr(ptSegment, ptNode->dwName);
     ptNode->dwText = MapRealAddr(ptSegment, ptNode->dwText);
     ptNode->dwFirstAttribute = MapRealAddr(ptSegment, ptNode->dwFirstAttribute);
@@ -72,10 +86,17 @@ static SnapshotText Get_Text(SnapshotSegment *ptSegment, uint32_t dwText)
 
 /// A walk along one sibling chain.
 struct SiblingWalk {
-    uint32_t dwNext;    ///< where the next step goes; set it to the first element
-    uint32_t dwElement; ///< where the walk stands
-    SnapshotNode tNode; ///< the record there
+    uint32_t dwNext;      ///< where the next step goes; set it to the first element
+    uint32_t dwElement;   ///< where the walk stands
+    SnapshotNode tStored; ///< the record there, with the addresses of the daemon
 };
+
+static SiblingWalk Begin_Walk(uint32_t dwFirst)
+{
+    SiblingWalk tWalk;
+    tWalk.dwNext = dwFirst;
+    return tWalk;
+}
 
 /// Goes to the next element of the chain; false when there is none or the tree is damaged.
 static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
@@ -88,21 +109,21 @@ static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
         return false;
     }
     --ptSegment->dwStepsLeft;
-    if (!GetRealElement(ptSegment, ptWalk->dwElement, &ptWalk->tNode))
+    if (!Copy_Record(ptSegment, ptWalk->dwElement, &ptWalk->tStored))
         return false;
-    ptWalk->dwNext = ptWalk->tNode.dwNextSibling;
+    ptWalk->dwNext = Map_Link(ptSegment, ptWalk->tStored.dwNextSibling);
     return true;
 }
 
-static bool Has_Name(SnapshotSegment *ptSegment, const SnapshotNode *ptNode, const char *pcName, size_t uLength)
+static bool Has_Name(SnapshotSegment *ptSegment, const SiblingWalk *ptWalk, const char *pcName, size_t uLength)
 {
-    if (ptNode->dwName >= ptSegment->dwSize) {
+    const uint32_t dwName = MapRealAddr(ptSegment, ptWalk->tStored.dwName);
+    if (dwName >= ptSegment->dwSize) {
         ptSegment->bDamaged = true;
         return false;
     }
-    const char *pcStored = ptSegment->pcBase + ptNode->dwName;
-    return ptSegment->dwSize - ptNode->dwName > uLength && memcmp(pcStored, pcName, uLength) == 0 &&
-           pcStored[uLength] == '\0';
+    const char *pcStored = ptSegment->pcBase + dwName;
+    return ptSegment->dwSize - dwName > uLength && memcmp(pcStored, pcName, uLength) == 0 && pcStored[uLength] == '\0';
 }
 
 static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
@@ -124,29 +145,29 @@ uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size
     for (;;) {
         const void *pEnd = memchr(pcXPath, KEY_SEPARATOR, uLength);
         const size_t uName = pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - pcXPath) : uLength;
-        SiblingWalk tWalk = {dwChild, SNAPSHOT_NONE, {}};
+        SiblingWalk tWalk = Begin_Walk(dwChild);
         do {
             if (!Step(ptSegment, &tWalk))
                 return SNAPSHOT_NONE;
-        } while (!Has_Name(ptSegment, &tWalk.tNode, pcXPath, uName));
+        } while (!Has_Name(ptSegment, &tWalk, pcXPath, uName));
         if (pEnd == nullptr)
             return tWalk.dwElement;
-        dwChild = tWalk.tNode.dwFirstChild;
+        dwChild = Map_Link(ptSegment, tWalk.tStored.dwFirstChild);
         pcXPath += uName + 1;
         uLength -= uName + 1;
     }
 }
 
-/// First element of a sibling chain named "value" or "aliasxpath", whichever comes first; its record is in *ptNode.
-static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, SnapshotNode *ptNode, bool *pbAlias)
+/// First element of a sibling chain named "value" or "aliasxpath", whichever comes first, and where its text is.
+static uint32_t Find_ValueOrAlias(SnapshotSegment *ptSegment, uint32_t dwFirst, uint32_t *pdwText, bool *pbAlias)
 {
     static constexpr char VALUE[] = "value";
     static constexpr char ALIAS[] = "aliasxpath";
-    SiblingWalk tWalk = {dwFirst, SNAPSHOT_NONE, {}};
+    SiblingWalk tWalk = Begin_Walk(dwFirst);
     while (Step(ptSegment, &tWalk)) {
-        *pbAlias = Has_Name(ptSegment, &tWalk.tNode, ALIAS, sizeof ALIAS - 1);
-        if (*pbAlias || Has_Name(ptSegment, &tWalk.tNode, VALUE, sizeof VALUE - 1)) {
-            *ptNode = tWalk.tNode;
+        *pbAlias = Has_Name(ptSegment, &tWalk, ALIAS, sizeof ALIAS - 1);
+        if (*pbAlias || Has_Name(ptSegment, &tWalk, VALUE, sizeof VALUE - 1)) {
+            *pdwText = MapRealAddr(ptSegment, tWalk.tStored.dwText);
             return tWalk.dwElement;
         }
     }
@@ -162,11 +183,11 @@ static SnapshotText Find_Value(SnapshotSegment *ptSegment, const char *pszXPath,
         const uint32_t dwElement = GetElementByXPath(ptSegment, tXPath.pc, tXPath.uLength);
         if (dwElement == SNAPSHOT_NONE)
             return {nullptr, 0};
-        SnapshotNode tNode = {};
-        *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &tNode, &bAlias);
+        uint32_t dwText = 0;
+        *pdwValue = Find_ValueOrAlias(ptSegment, First_Child(ptSegment, dwElement), &dwText, &bAlias);
         if (*pdwValue == SNAPSHOT_NONE)
             return {nullptr, 0};
-        tXPath = Get_Text(ptSegment, tNode.dwText);
+        tXPath = Get_Text(ptSegment, dwText);
     }
     return tXPath;
 }
@@ -177,9 +198,9 @@ int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
     SnapshotNode tValue;
     if (!GetRealElement(ptSegment, dwValue, &tValue) || tValue.dwParent == SNAPSHOT_NONE)
         return 0;
-    SiblingWalk tWalk = {First_Child(ptSegment, tValue.dwParent), SNAPSHOT_NONE, {}};
+    SiblingWalk tWalk = Begin_Walk(First_Child(ptSegment, tValue.dwParent));
     while (Step(ptSegment, &tWalk))
-        if (Has_Name(ptSegment, &tWalk.tNode, GETONCE, sizeof GETONCE - 1))
+        if (Has_Name(ptSegment, &tWalk, GETONCE, sizeof GETONCE - 1))
             return 1;
     return 0;
 }
@@ -188,37 +209,45 @@ int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
 /// until then a further take would wait for this very process.
 static int g_iKeptSemaphore = -1;
 
-static int Move_Semaphore(int iSemaphore, short nOperation)
+/// Waits for the semaphore once it is known to be taken.
+static int Wait_ForSemaphore(int iSemaphore)
 {
     // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well. The
     // later, short ones still outlast what others ordinarily hold it for.
     static int32_t s_iPatience = SEMAPHORE_PATIENCE_MILLISECONDS;
     const uint32_t dwDeadline = Deadline_After(s_iPatience);
-    struct sembuf tOperation = {0, nOperation, SEM_UNDO};
+    struct sembuf tTake = {0, -1, SEM_UNDO};
     int iResult = 0;
     do {
         const int32_t iLeft = Deadline_Left(dwDeadline);
         const struct timespec tLeft = {iLeft / 1000, iLeft % 1000 * 1000000};
-        iResult = semtimedop(iSemaphore, &tOperation, 1, &tLeft);
+        iResult = semtimedop(iSemaphore, &tTake, 1, &tLeft);
     } while (iResult == -1 && errno == EINTR);
-    if (iResult == 0)
-        return 0;
-    if (errno == EAGAIN)
+    if (iResult == -1 && errno == EAGAIN)
         s_iPatience = SEMAPHORE_IMPATIENCE_MILLISECONDS;
-    perror("semop");
-    return -1;
+    return iResult;
 }
 
 static int Take_Semaphore(int iSemaphore)
 {
-    return iSemaphore == g_iKeptSemaphore ? 0 : Move_Semaphore(iSemaphore, -1);
+    if (iSemaphore == g_iKeptSemaphore)
+        return 0;
+    struct sembuf tTake = {0, -1, SEM_UNDO | IPC_NOWAIT};
+    if (semop(iSemaphore, &tTake, 1) == 0 || (errno == EAGAIN && Wait_ForSemaphore(iSemaphore) == 0))
+        return 0;
+    perror("semop");
+    return -1;
 }
 
 static int Give_Semaphore(int iSemaphore)
 {
     if (iSemaphore == g_iKeptSemaphore)
         g_iKeptSemaphore = -1;
-    return Move_Semaphore(iSemaphore, 1);
+    struct sembuf tGive = {0, 1, SEM_UNDO};
+    if (semop(iSemaphore, &tGive, 1) == 0)
+        return 0;
+    perror("semop");
+    return -1;
 }
 
 /// Size of a segment, asked of the kernel once per segment id; 0 when it cannot be told.

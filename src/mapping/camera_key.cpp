@@ -1,6 +1,7 @@
 #include "mapping/camera_key.h"
 
 #include "common/int32.h"
+#include "common/string_util.h"
 #include "conflib/configer.h"
 #include "conflib/snapshot.h"
 
@@ -53,7 +54,7 @@ int Write_KeyNumber(const char *pszKey, int32_t iValue)
 
 int Answer_Text(ParamContext *ptContext, const char *pszText)
 {
-    snprintf(ptContext->szValue, sizeof ptContext->szValue, "%s", pszText);
+    Copy_Text(ptContext->szValue, sizeof ptContext->szValue, pszText);
     return 0;
 }
 
@@ -92,7 +93,7 @@ int Answer_StoredText(ParamContext *ptContext, char *pszStored)
 void Append_Answer(ParamContext *ptContext, const char *pszText)
 {
     const size_t uLength = strlen(ptContext->szValue);
-    snprintf(ptContext->szValue + uLength, sizeof ptContext->szValue - uLength, "%s", pszText);
+    Copy_Text(ptContext->szValue + uLength, sizeof ptContext->szValue - uLength, pszText);
 }
 
 void Cut_LastComma(ParamContext *ptContext)

@@ -3,6 +3,7 @@
 #include "common/decimal.h"
 #include "common/int32.h"
 #include "common/log_identity.h"
+#include "common/string_util.h"
 #include "mapping/camera_key.h"
 #include "mapping/general.h"
 #include "sidestore/quorvex_xml_parser.h"
@@ -181,7 +182,7 @@ int Get_Motion_Enable(char *pszValue, size_t uSize, int32_t iWindow, int32_t iCh
     char szEnable[2] = "";
     if (Read_Key(szEnable, sizeof szEnable, Make_Key("motion_c%d_win_i%d_enable", iChannel, iWindow)) != 0)
         return -1;
-    snprintf(pszValue, uSize, "%s", strcmp(szEnable, "1") == 0 ? "true" : "false");
+    Copy_Text(pszValue, uSize, strcmp(szEnable, "1") == 0 ? "true" : "false");
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "common/daemon_socket.h"
 #include "common/int32.h"
 #include "common/log_identity.h"
+#include "common/string_util.h"
 #include "mapping/camera_key.h"
 
 #include <arpa/inet.h>
@@ -293,7 +294,7 @@ static int Ask_Analytics(ParamContext *ptContext, const char *pcRequest, size_t 
 int Quorvex_GetPeopleCount_Value(ParamContext *ptContext, char *pcBuffer, size_t uSize)
 {
     memset(pcBuffer, 0, uSize);
-    snprintf(pcBuffer, uSize, "%s", CAPABILITY_REQUEST);
+    Copy_Text(pcBuffer, uSize, CAPABILITY_REQUEST);
     return Ask_Analytics(ptContext, pcBuffer, uSize, pcBuffer, uSize);
 }
 

@@ -2,6 +2,7 @@
 
 #include "common/int32.h"
 #include "common/log_identity.h"
+#include "common/string_util.h"
 #include "conflib/cdf_range.h"
 #include "mapping/camera_key.h"
 #include "mapping/ptz_io.h"
@@ -109,7 +110,7 @@ int Get_VideoInput_StreamNum(ParamContext *ptContext)
         syslog(LOG_INFO, "%s: %s: Compare codec fail with keyword: %s", LOG_IDENTITY, __func__, pszName);
         return -1;
     }
-    snprintf(ptContext->szCodec, sizeof ptContext->szCodec, "%s", ptCodec->szCamera);
+    Copy_Text(ptContext->szCodec, sizeof ptContext->szCodec, ptCodec->szCamera);
     // An index past the codec's streams reads an unfilled entry, which is stream 0.
     const bool bInTable = ptContext->iIndex2 >= 0 && ptContext->iIndex2 < CODEC_STREAM_MAX;
     ptContext->iStreamNum = bInTable ? (Get_VideoInStream(ptContext)->*ptCodec->paiStream)[ptContext->iIndex2] : 0;

@@ -1,36 +1,35 @@
+#include "common/string_util.h"
 #include "mapping/motion.h"
 #include "param/param_state.h"
 #include "param/request.h"
 
-#include <stdarg.h>
 #include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 
 /// Appends to the reply body. Its length counts what was cut as well, so nothing more is appended once the room is used
 /// up.
-__attribute__((format(printf, 2, 3))) static void Append_Output(ParamContext *ptContext, const char *pszFormat, ...)
+static void Append_Output(ParamContext *ptContext, const char *pszText)
 {
     const int32_t iRoom = static_cast<int32_t>(sizeof ptContext->szOutput) - 1 - ptContext->iOutputLen;
-    if (iRoom <= 0)
-        return;
-    va_list tArguments;
-    va_start(tArguments, pszFormat);
-    ptContext->iOutputLen +=
-        vsnprintf(ptContext->szOutput + ptContext->iOutputLen, static_cast<size_t>(iRoom), pszFormat, tArguments);
-    va_end(tArguments);
+    if (iRoom > 0)
+        ptContext->iOutputLen += static_cast<int32_t>(
+            Copy_Text(ptContext->szOutput + ptContext->iOutputLen, static_cast<size_t>(iRoom), pszText));
 }
 
 static void Append_Item(ParamContext *ptContext)
 {
-    if (ptContext->iResult != RESULT_SUCCESS)
-        Append_Output(ptContext, "%s", ptContext->szErrorMsg);
-    else if (ptContext->iMethod != METHOD_READ)
-        Append_Output(ptContext, "%s=%s\r\n", ptContext->szParamName, ptContext->szSetValue);
-    else if (ptContext->iContentType == CONTENT_TYPE_XML)
-        Append_Output(ptContext, "%s\r\n", ptContext->szValue);
-    else
-        Append_Output(ptContext, "%s=%s\r\n", ptContext->szParamName, ptContext->szValue);
+    if (ptContext->iResult != RESULT_SUCCESS) {
+        Append_Output(ptContext, ptContext->szErrorMsg);
+        return;
+    }
+    const bool bRead = ptContext->iMethod == METHOD_READ;
+    if (!bRead || ptContext->iContentType != CONTENT_TYPE_XML) {
+        Append_Output(ptContext, ptContext->szParamName);
+        Append_Output(ptContext, "=");
+    }
+    Append_Output(ptContext, bRead ? ptContext->szValue : ptContext->szSetValue);
+    Append_Output(ptContext, "\r\n");
 }
 
 static void Clear_Item(ParamContext *ptContext)

@@ -1,3 +1,4 @@
+#include "common/string_util.h"
 #include "param/param_state.h"
 
 #include <stdio.h>
@@ -7,7 +8,7 @@ static constexpr char ILLEGAL_SETTING[] = "An illegal setting parameter\r\n";
 
 int Compose_Error_Message(ParamContext *ptContext, ParamResult eResult, const char *pszLine)
 {
-    snprintf(ptContext->szErrorMsg, sizeof ptContext->szErrorMsg, "%s", pszLine);
+    Copy_Text(ptContext->szErrorMsg, sizeof ptContext->szErrorMsg, pszLine);
     ptContext->iResult = eResult;
     ptContext->iState = PARAM_STATE_Compose;
     return -1;

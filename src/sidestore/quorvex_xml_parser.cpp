@@ -2,6 +2,7 @@
 
 #include "common/int32.h"
 #include "common/log_identity.h"
+#include "common/string_util.h"
 #include "conflib/snapshot.h"
 #include "conflib/xml_file.h"
 
@@ -175,7 +176,7 @@ char *Get_VideoSaturation_from_QuorvexXML(int32_t iChannel)
 char *Get_VideoGOP_from_QuorvexXML(int32_t iChannel, int32_t iStream, const char *pszCodec)
 {
     char szCodec[CODEC_TAG_SIZE];
-    snprintf(szCodec, sizeof szCodec, "%s", pszCodec);
+    Copy_Text(szCodec, sizeof szCodec, pszCodec);
     return Read_Text(VIDEO_FILE, __func__, "image", Make_Tag('c', iChannel).szTag, Make_Tag('s', iStream).szTag,
                      szCodec, "gop");
 }
@@ -578,7 +579,7 @@ int Set_VideoSaturation_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue)
 int Set_VideoGOP_to_QuorvexXMLFile(int32_t iChannel, int32_t iStream, const char *pszCodec, int32_t iValue)
 {
     char szCodec[CODEC_TAG_SIZE];
-    snprintf(szCodec, sizeof szCodec, "%s", pszCodec);
+    Copy_Text(szCodec, sizeof szCodec, pszCodec);
     int32_t XMLFileStreamData::*piGOP = nullptr;
     for (const auto &tCodec : g_tGopCodec)
         if (strcmp(szCodec, tCodec.szName) == 0)
