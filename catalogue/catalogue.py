@@ -1,6 +1,6 @@
-"""The parameter catalogue, parameters.json, and what everybody needs who works with it: its records expanded to the rows
-of the parameter table, the indexes that a camera announces, what a value must look like, and the walk over a camera.
-Used by script/parameters (documents), script/conform (checks a camera) and tests/catalogue_test.py (checks both ways)."""
+"""What everybody needs who works with the parameter catalogue, parameters.json: its records expanded to the rows of the
+parameter table, the indexes that a camera announces, what a value must look like, and the walk over a camera. Used by
+script/parameters (documents), script/conform (checks a camera) and tests/test_catalogue.py (checks the catalogue)."""
 import collections
 import ipaddress
 import itertools
@@ -13,7 +13,7 @@ FOLDER = pathlib.Path(__file__).resolve().parent
 TABLE = FOLDER.parent / "src/param/dispatch_table.cpp"
 
 # How many items one read can always carry; protocol.md tells why.
-SAFE_ITEMS = 6
+SAFE_ITEMS = 7
 # The highest index asked for, whatever a camera announces: one of three digits takes the place of part of the name.
 INDEX_MAX = 99
 
@@ -54,6 +54,28 @@ def expand(catalogue):
 def full_name(row, indexes):
     """The name in a request; indexes by name, from 1."""
     return fill(row.record["name"], {"codec": row.codec, **indexes})
+
+
+def key_values(catalogue, keys, row, indexes):
+    """What the placeholders of keys stand for on a camera that has these keys."""
+    zero = {index: number - 1 for index, number in indexes.items()}
+    channel, count = zero.get("channel", zero.get("input", 0)), int(keys["capability_nmediastream"])
+    types = [keys.get(f"videoin_c{channel}_s{stream}_codectype") for stream in range(count)]
+    codec, place = catalogue["codecs"].get(row.codec), zero.get("stream", 0)
+    streams = [stream for stream, kind in enumerate(types) if kind == codec]
+    stream = streams[place] if place < len(streams) else 0
+    sound = next((types.index(kind) for kind in ("h264", "mpeg4", "h265") if kind in types), 0)
+    return {"channel": channel, "window": 0, "input": 0, "output": 0, **zero, "stream": stream, "index2": place,
+            "codec": codec, "mode": keys.get(f"capability_videoin_c{channel}_mode"),
+            "path": (stream if row.codec else sound) + channel * count}
+
+
+def sets_of(record, keys, values, sample):
+    """The keys, KEY=VALUE, that a write of the good sample sets on a camera that has these keys."""
+    return [f"{fill(entry['key'], values)}={sample if entry['value'] == '{value}' else entry['value']}"
+            for entry in record["writes"] if "key" in entry
+            and ("if" not in entry or fill(entry["if"], values) in keys)
+            and ("unless" not in entry or fill(entry["unless"], values) not in keys)]
 
 
 def outside(catalogue, record, index, direction):

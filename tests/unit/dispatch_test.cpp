@@ -125,20 +125,6 @@ TEST(Dispatch, KnowsNamesThatRunOn)
     EXPECT_EQ(Table_Find(""), (Match{"", 0, 0}));
 }
 
-TEST(Dispatch, EveryEntryIsFoundByItsOwnNameAndCanBeServed)
-{
-    for (size_t uEntry = 0; uEntry < g_uEntries; ++uEntry) {
-        const DispatchEntry &tEntry = g_tDispatchTable[uEntry];
-        std::string strName = tEntry.pszName;
-        EXPECT_EQ(std::count(strName.begin(), strName.end(), '%'), tEntry.iIndexCount) << strName;
-        for (size_t uAt = strName.find("%d"); uAt != std::string::npos; uAt = strName.find("%d"))
-            strName.replace(uAt, 2, "1");
-        EXPECT_EQ(Table_Find(strName), (Match{tEntry.pszName, 0, 0}));
-        EXPECT_NE(tEntry.ptRecord->pfnGet, nullptr) << strName;
-        EXPECT_TRUE(tEntry.iAccess == ACCESS_READ_ONLY || tEntry.ptRecord->pfnSet != nullptr) << strName;
-    }
-}
-
 TEST(Dispatch, RefusesTemplatesThatItCannotHold)
 {
     ParamContext tContext = {};
