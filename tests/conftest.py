@@ -108,7 +108,7 @@ class Case(pytest.Item):
                 self.model = text
             case "camera":
                 self.changes.append(text)
-            case "env" if text[0] == "-" or "=" in text:
+            case "env" if text.startswith("-") or "=" in text:
                 self.environment.append(text)
             case "args":
                 self.arguments += text.split()
@@ -213,6 +213,7 @@ class CaseFile(pytest.File):
                 elif cases:
                     cases[-1].apply(line, text.strip(" \t\r"))
                 elif word == "default":
+                    Case.from_parent(self, name=rest, line=line, defaults=[(line, rest)])  # says what is wrong with it
                     defaults.append((line, rest))
                 else:
                     raise ValueError("stands before the first case")
