@@ -123,14 +123,13 @@ static bool Has_Name(SnapshotSegment *ptSegment, const SiblingWalk *ptWalk, cons
         return false;
     }
     const char *pcStored = ptSegment->pcBase + dwName;
-    return ptSegment->dwSize - dwName > uLength && memcmp(pcStored, pcName, uLength) == 0 && pcStored[uLength] == '\0';
+    return ptSegment->dwSize - dwName > uLength && pcStored[uLength] == '\0' && memcmp(pcStored, pcName, uLength) == 0;
 }
 
 static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
 {
-    SnapshotNode tNode;
-    GetRealElement(ptSegment, dwElement, &tNode);
-    return tNode.dwFirstChild;
+    SnapshotNode tStored;
+    return Copy_Record(ptSegment, dwElement, &tStored) ? Map_Link(ptSegment, tStored.dwFirstChild) : SNAPSHOT_NONE;
 }
 
 uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size_t uLength)

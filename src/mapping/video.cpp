@@ -48,6 +48,7 @@ static void Add_Stream(VideoInStreamInfo *ptChannel, int32_t iStream, const char
         int32_t *piCount = &(ptChannel->*tCodec.piCount);
         if (*piCount < CODEC_STREAM_MAX)
             (ptChannel->*tCodec.paiStream)[(*piCount)++] = iStream;
+        return;
     }
 }
 

@@ -62,7 +62,7 @@ int Param_StateRoutine_Send(ParamContext *ptContext)
     // puts adds the newline that ends the header block.
     puts(ptContext->iContentType == CONTENT_TYPE_XML ? "Content-type: text/xml\r\n\r"
                                                      : "Content-type: text/plain\r\n\r");
-    printf("%s", ptContext->szOutput);
+    fputs(ptContext->szOutput, stdout);
     ptContext->iState = PARAM_STATE_Done;
     return 0;
 }

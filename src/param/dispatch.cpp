@@ -43,17 +43,22 @@ static int Compare_Name(const char *pszTemplate, const char *pszName, int iLengt
     const char *pcName = pszName;
     int iRead = 0;
     while (pcName < pcEnd && *pcTemplate != '\0') {
+        if (*pcTemplate == *pcName && (*pcTemplate != '%' || iRead == iIndexCount)) {
+            ++pcTemplate;
+            ++pcName;
+            continue;
+        }
         const bool bNumber = *pcTemplate == '%' && iRead < iIndexCount;
-        const int iTaken = bNumber ? Read_Number(pcName, pcEnd, &aiNumber[iRead]) : (*pcTemplate == *pcName ? 1 : 0);
-        if (iTaken == 0) {
+        const int iDigits = bNumber ? Read_Number(pcName, pcEnd, &aiNumber[iRead]) : 0;
+        if (iDigits == 0) {
             // Behind a number longer than its "%d" a shorter template might have cut the name before this place.
             if (pcName - pszName <= pcTemplate - pszTemplate)
                 *ptParting = {static_cast<int>(pcTemplate - pszTemplate), *pcName};
             return -1;
         }
-        iRead += bNumber ? 1 : 0;
-        pcTemplate += bNumber ? 2 : 1;
-        pcName += iTaken;
+        ++iRead;
+        pcTemplate += 2;
+        pcName += iDigits;
     }
     return iRead == iIndexCount && (pcName == pcEnd || *pcName == '\0') ? 0 : -1;
 }
