@@ -29,7 +29,7 @@ static size_t SizeInArea(const SXMLParserContext *p, const char *psz, bool bMayB
 static void CheckChildren(const SXMLElement *pElement)
 {
     int32_t iCount = 0, iLast = pElement->iIndex;
-    for (const SXMLElement *p = pElement->pFirstChild; p != NULL; p = p->pNextSibling) {
+    for (const SXMLElement *p = pElement->pFirstChild; p != nullptr; p = p->pNextSibling) {
         Require(p->pParent == pElement && p->iIndex > iLast, "children know their parent and stand in order");
         iLast = p->iIndex;
         iCount++;
@@ -41,12 +41,12 @@ static void CheckTree(SXMLParserContext *p)
 {
     size_t uStrings = 0;
     int32_t iLinked = 0, iTop = 0, iAttribute = 0, iElement = 0;
-    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != NULL; e = SXMLParser_EnumNext(p)) {
+    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != nullptr; e = SXMLParser_EnumNext(p)) {
         Require(e->iIndex == ++iElement, "elements are numbered in order");
         uStrings += SizeInArea(p, e->pszTag, false) + SizeInArea(p, e->pszValue, true);
         CheckChildren(e);
         iLinked += e->iChildCount;
-        iTop += e->pParent == NULL;
+        iTop += e->pParent == nullptr;
         Require(e->iAttributeCount == 0 || e->pFirstAttribute == &p->pXMLAttribute[iAttribute + 1],
                 "attributes follow");
         iAttribute += e->iAttributeCount;
@@ -66,24 +66,24 @@ static void CheckTree(SXMLParserContext *p)
 static void ReadAnswers(SXMLParserContext *p)
 {
     size_t uLength = 0;
-    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != NULL; e = SXMLParser_EnumNext(p)) {
+    for (const SXMLElement *e = SXMLParser_EnumStart(p); e != nullptr; e = SXMLParser_EnumNext(p)) {
         CheckChildren(e);
         uLength += strlen(e->pszTag) + strlen(e->pszValue);
     }
     for (int32_t i = SXMLParser_GetAttributeCount(p); i >= 0; i--) {
         const char *pszValue = SXMLParser_GetAttrValueByIndex(p, i);
-        uLength += pszValue != NULL ? strlen(pszValue) : 0;
+        uLength += pszValue != nullptr ? strlen(pszValue) : 0;
     }
-    const char *pszValue = SXMLParser_GetAttrValueByName(p, "b", "a", "a", NULL);
-    Require(pszValue == NULL || strlen(pszValue) <= uLength, "the value found by name is among all values");
+    const char *pszValue = SXMLParser_GetAttrValueByName(p, "b", "a", "a", nullptr);
+    Require(pszValue == nullptr || strlen(pszValue) <= uLength, "the value found by name is among all values");
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pData, size_t uSize)
 {
     const FuzzText acText = Make_Text(pData, uSize);
-    SXMLParserContext *pParser = NULL;
+    SXMLParserContext *pParser = nullptr;
     Require(SXMLParser_Initial(&pParser) == 0, "there is a parser");
-    const SXMLParserOptions tOptions = {3, 1, CountOpenTag, NULL, CountAttribute, NULL, NULL, 0, 0};
+    const SXMLParserOptions tOptions = {3, 1, CountOpenTag, nullptr, CountAttribute, nullptr, nullptr, 0, 0};
     SXMLParser_SetOptions(pParser, &tOptions);
     g_iOpenTags = g_iAttributes = 0;
 

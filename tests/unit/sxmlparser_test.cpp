@@ -149,17 +149,6 @@ TEST(SxmlParser, ReportsWhatIsWrong)
     EXPECT_EQ(Parse(MakeParser(), "<", 3), 0);
 }
 
-TEST(SxmlParser, RefusesEveryCutOfADocument)
-{
-    const std::string strGood = "<?i?><!--c--><root x=\"1\" y='2'><a x='3'>text</a><b/></root>";
-    const Parser pParser = ParseTree(strGood);
-    for (size_t i = strGood.find("root"); i < strGood.size(); i++) {
-        EXPECT_LT(Parse(pParser, strGood.substr(0, i)), 0) << strGood.substr(0, i);
-        AskEverything(pParser.get());
-        Parse(pParser, strGood.substr(0, i), SXML_MODE_CALLBACK);
-    }
-}
-
 TEST(SxmlParser, KnowsTheCharactersOfNames)
 {
     const Parser pParser = MakeParser();
