@@ -11,7 +11,7 @@ static int Set_Limit(int iSocket, int iOption, int32_t iMilliseconds)
 {
     struct timeval tLimit = {};
     tLimit.tv_sec = iMilliseconds / 1000;
-    tLimit.tv_usec = iMilliseconds % 1000 * 1000;
+    tLimit.tv_usec = static_cast<suseconds_t>(iMilliseconds % 1000) * 1000;
     return setsockopt(iSocket, SOL_SOCKET, iOption, &tLimit, sizeof tLimit);
 }
 

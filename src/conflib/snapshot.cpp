@@ -219,7 +219,7 @@ static int Wait_ForSemaphore(int iSemaphore)
     int iResult = 0;
     do {
         const int32_t iLeft = Deadline_Left(dwDeadline);
-        const struct timespec tLeft = {iLeft / 1000, iLeft % 1000 * 1000000};
+        const struct timespec tLeft = {iLeft / 1000, long{iLeft % 1000} * 1000000};
         iResult = semtimedop(iSemaphore, &tTake, 1, &tLeft);
     } while (iResult == -1 && errno == EINTR);
     if (iResult == -1 && errno == EAGAIN)

@@ -15,14 +15,18 @@ static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
 {
     const bool bNegative = pcText < pcEnd && *pcText == '-';
     const char *const pcFirst = pcText + (bNegative ? 1 : 0);
-    const int64_t lLimit = bNegative ? -int64_t{INT32_MIN} : INT32_MAX;
-    int64_t lNumber = 0;
+    const uint32_t dwLimit = INT32_MAX + (bNegative ? 1u : 0u);
+    uint32_t dwNumber = 0;
     const char *pc = pcFirst;
-    for (; pc < pcEnd && Is_Digit(*pc) && lNumber <= lLimit; ++pc)
-        lNumber = lNumber * 10 + (*pc - '0');
-    if (pc == pcFirst || lNumber > lLimit || (*pcFirst == '0' && pc - pcText > 1))
+    for (; pc < pcEnd && Is_Digit(*pc); ++pc) {
+        const uint32_t dwDigit = static_cast<uint32_t>(*pc - '0');
+        if (dwNumber > (dwLimit - dwDigit) / 10)
+            return 0;
+        dwNumber = dwNumber * 10 + dwDigit;
+    }
+    if (pc == pcFirst || (*pcFirst == '0' && pc - pcText > 1))
         return 0;
-    *piNumber = static_cast<int32_t>(bNegative ? -lNumber : lNumber);
+    *piNumber = static_cast<int32_t>(bNegative ? 0u - dwNumber : dwNumber);
     return static_cast<int>(pc - pcText);
 }
 

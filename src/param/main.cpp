@@ -22,9 +22,10 @@ int main(int argc, char *argv[])
     // A daemon that closes early is an ordinary failure of one item, not the end of the request.
     signal(SIGPIPE, SIG_IGN);
 
-    ParamContext tContext = {};
-    tContext.iState = PARAM_STATE_Getenv;
-    InitiateVideoParam(&tContext);
-    Param_RunStates(&tContext);
+    // Static storage begins zero-filled: the kernel does it anyway.
+    static ParamContext s_tContext;
+    s_tContext.iState = PARAM_STATE_Getenv;
+    InitiateVideoParam(&s_tContext);
+    Param_RunStates(&s_tContext);
     return EXIT_SUCCESS;
 }
