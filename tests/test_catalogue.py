@@ -103,6 +103,9 @@ def test_table():
     assert sorted(TABLE.keys() - NAMES.keys()) == [], "rows without a record"
     assert sorted(NAMES.keys() - TABLE.keys()) == [], "records without a row"
     assert len(ROWS) == len(TABLE), "a row with two records"
+    sources = "".join(path.read_text() for path in (TREE / "src").rglob("*.cpp"))
+    assert sorted(set(re.findall(r"^const DispatchRecord (\w+)", sources, re.M))
+                  - set(re.findall(r"&(\w+)}", book.TABLE.read_text()))) == [], "dispatch records that no row names"
     order = {template: place for place, template in enumerate(TABLE)}
     first = [min(order[row.template] for row in ROWS if row.record is record) for record in BOOK["parameters"]]
     assert first == sorted(first), "records that stand in another order than their rows"

@@ -10,9 +10,9 @@ enum ItemOutcome { ITEM_TAKEN, ITEM_NONE, ITEM_BAD_NAME, ITEM_NO_END };
 /// stood exactly at the old offset. Returns ITEM_TAKEN, or ITEM_NONE when there is no usable name.
 ItemOutcome Take_ReadItem(ParamContext *ptContext);
 
-/// Takes the name of the next "<name>=<value>\r\n" of a write request and moves iParseOffset behind the line.
-/// ITEM_NONE: no
-/// "="; ITEM_BAD_NAME: empty or over 127 characters; ITEM_NO_END: no "\r\n" behind the "=".
+/// Takes the name of the next "<name>=<value>\r\n" of a write request and moves iParseOffset behind the line. Otherwise
+/// ITEM_NONE (there is no "="), ITEM_BAD_NAME (empty, or over 127 characters) or ITEM_NO_END (no "\r\n" behind the
+/// "=").
 ItemOutcome Take_WriteItem(ParamContext *ptContext);
 
 /// Copies, without a terminator, the text between the first occurrence of a key (plus iSkip characters) and the next

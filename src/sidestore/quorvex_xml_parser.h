@@ -5,9 +5,10 @@
 ///   /etc/conf.d/config_quorvexSystem.xml   NTP interval; per channel the storage device number
 ///
 /// A reader parses its file and looks one value up. A setter rebuilds the image of all three files, changes one value
-/// and rewrites the file that holds it, shaped by the camera's capability keys. A missing file, or one without an
-/// element that the capabilities announce, therefore stops every setter; nothing is created from nothing, no file is
-/// then touched. Channel, stream and window numbers are zero-based.
+/// and rewrites the file that holds it, shaped by the camera's capability keys. If a file or an expected element is
+/// missing, or nobody can tell the camera's shape at the moment, every setter fails and no file changes. A file is
+/// replaced in place, by one write, so that it is whole whenever the process is killed. Channel, stream and window
+/// numbers are zero-based.
 #pragma once
 
 #include "sxmlparser/sxmlparser.h"
@@ -56,7 +57,8 @@ char *Get_VideoSaturation_from_QuorvexXML(int32_t iChannel);
 char *Get_VideoGOP_from_QuorvexXML(int32_t iChannel, int32_t iStream, const char *pszCodec);
 
 /// Setters: 0, or -1 when the image cannot be rebuilt, the place does not exist, the value cannot be kept (a window
-/// text of WINDOW_TEXT_SIZE characters or with a "<", an unknown codec), or the file cannot be opened for writing.
+/// text of WINDOW_TEXT_SIZE characters or with a "<", an unknown codec), or the file cannot be written; it then is as
+/// it was.
 int Set_VideoContrast_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue);
 int Set_VideoBrightness_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue);
 int Set_VideoSaturation_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue);
@@ -67,8 +69,8 @@ int Set_NTPInterval_from_QuorvexXML(int32_t iValue);
 int Set_StorageDeviceNum_from_QuorvexXML(int32_t iValue);
 
 /// What setters are made of. Create fills the image from capability keys and files (0, or -1 with a part of it filled);
-/// Write, after a Create that returned 0, puts one file of it out (0, or -1 when the file cannot be opened); Release
-/// frees the image and returns 0.
+/// Write, after a Create that returned 0, puts one file of it out (0, or -1 when the file cannot be written, or still
+/// has streams where the camera announces none); Release frees the image and returns 0.
 int Create_QuorvexXMLFile_DataStructure();
 int Release_QuorvexXMLFile_Data();
 int Write_QuorvexVideoConfigFile();

@@ -314,10 +314,11 @@ int32_t Build_Text(SXMLParserContext *pThis, Span /*tTag*/, Span tText)
 const char *Build_ReadEndName(SXMLParserContext *pThis, const char *psz)
 {
     const char *pszTag = pThis->iCurDepth > 0 ? pThis->pDepthStack[pThis->iCurDepth - 1]->pszTag : "";
-    for (; Is_Class(*psz, CLASS_NAME); psz++, pszTag++)
-        if (*psz != *pszTag)
-            return nullptr;
-    return psz;
+    while (*psz == *pszTag && *pszTag != '\0') {
+        psz++;
+        pszTag++;
+    }
+    return Is_Class(*psz, CLASS_NAME) ? nullptr : psz;
 }
 
 int32_t Build_EndTag(SXMLParserContext *pThis, Span /*tName*/)
