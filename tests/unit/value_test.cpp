@@ -256,7 +256,9 @@ extern "C" __attribute__((format(printf, 2, 3))) void syslog(int iPriority, cons
 }
 
 // What a fortified call becomes.
-extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int iPriority, int, const char *pszFormat, ...)
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
+extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int iPriority, int /*iFlag*/, const char *pszFormat,
+                                                                   ...)
 {
     va_list tArguments;
     va_start(tArguments, pszFormat);
