@@ -120,6 +120,8 @@ function show(names, isOn) {
     const fresh = names.filter((name) => isOn && !page.shown.has(name));
     names.forEach((name) => (isOn ? page.shown.add(name) : page.shown.delete(name)));
     arrange();
+    const isBeside = find("columns").clientHeight < document.documentElement.clientHeight; // else the tree would move away
+    if (fresh.length && isBeside) page.rows.get(fresh[0]).element.scrollIntoView({ block: "nearest" });
     readShown(fresh);
 }
 

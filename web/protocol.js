@@ -38,8 +38,10 @@ export async function exchange(query, body) {
 
 // In pieces, so that what came before a connection broke is kept.
 async function receive(stream, take) {
-    const reader = stream.pipeThrough(new TextDecoderStream()).getReader();
-    for (let piece = await reader.read(); !piece.done; piece = await reader.read()) take(piece.value);
+    const [reader, decoder] = [stream.getReader(), new TextDecoder()];
+    for (let piece = await reader.read(); !piece.done; piece = await reader.read()) {
+        take(decoder.decode(piece.value, { stream: true }));
+    }
 }
 
 function troubleOf(error, done) {
@@ -58,17 +60,19 @@ export function match(names, done, isAlone = () => false) {
         if (!names.includes(name)) strays.push(line);
         else answers.set(name, error ? { error: rest.replace(/^\d+:/, "") } : { value: rest });
     }
+    const refusal = !answers.size && strays.length === 1 ? strays[0] : null; // a bare line, of the request as a whole
     for (const name of names.filter((name) => !answers.has(name))) {
-        answers.set(name, isAlone(name) && !done.trouble && done.text ? { value: done.text.trim() } : leftOut(done, strays));
+        const isBare = isAlone(name) && !done.trouble && done.text;
+        answers.set(name, isBare ? { value: done.text.trim() } : leftOut(done, refusal));
     }
     const remark = remarkOf(done, strays);
     return new Map([...answers].map(([name, answer]) => [name, { ...answer, remark }]));
 }
 
-function leftOut(done, strays) {
+function leftOut(done, refusal) {
     if (done.trouble) return { trouble: done.trouble };
+    if (refusal) return { error: refusal };
     if (done.text.length >= REPLY_MAX) return { trouble: "The reply was cut off before this parameter." };
-    if (strays.length === 1) return { error: strays[0] }; // a bare line refuses the request as a whole
     return { trouble: done.text ? "The reply leaves this parameter out." : "The reply is empty." };
 }
 
