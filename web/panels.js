@@ -70,7 +70,7 @@ async function readLog(from) {
 function addLines(lines) {
     const list = find("log-lines");
     const isAtEnd = list.scrollTop + list.clientHeight > list.scrollHeight - 8;
-    list.append(...lines.map((line) => h("li", { class: `log-${line.split(" ")[0]}` }, line)));
+    list.append(...lines.map((line) => h("div", { class: `log-${line.split(" ")[0]}` }, line)));
     while (list.children.length > LOG_LINES_KEPT) list.firstChild.remove();
     if (isAtEnd) list.scrollTop = list.scrollHeight;
     for (const line of lines.filter((line) => line.startsWith("change "))) markFaults(line.slice(7));
