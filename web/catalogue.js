@@ -20,7 +20,7 @@ export function aloneTest(catalogue) {
     return (name) => templates.has(templateOf(name));
 }
 
-// All parameters, by name and in the catalogue's order, by the counts that get(name) knows, and the names of these counts.
+// All parameters, by name and in the catalogue's order, by the counts that get(name) knows, and these counts' names.
 export function expand(catalogue, get) {
     const counts = new Counts(catalogue, get);
     const parameters = new Map();
@@ -122,7 +122,8 @@ export function describeType(type, get) {
     if (choices.length && type.kind !== "number") return (type.open ? "usually " : "") + choices.join(", ");
     const [min, max] = rangeOf(type, get);
     if (min !== null) return max === null ? `from ${min}` : `${min} to ${max}`;
-    return { time: "like 2024-02-29T22:59:59Z", address: type.names ? "an address or a host's name" : "an address" }[type.kind] ?? type.kind;
+    if (type.kind === "address") return type.names ? "an address or a host's name" : "an address";
+    return type.kind === "time" ? "like 2024-02-29T22:59:59Z" : type.kind;
 }
 
 // What the catalogue says about an error: in general, and of this parameter.

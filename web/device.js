@@ -1,4 +1,4 @@
-// The camera as the page knows it: the last reading of each parameter and the last exchanges. Tells when either changes.
+// The camera as the page knows it: the last reading of each parameter and the last exchanges. Tells when they change.
 import { batches, bodyOf, exchange, match, queryOf } from "./protocol.js";
 
 const EXCHANGES_KEPT = 12;

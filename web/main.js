@@ -60,7 +60,8 @@ const countOf = (name) => page.camera.get(name) ?? page.counts.get(name);
 
 function grow({ parameters, bounds }) {
     const isSame = [...parameters.keys()].join() === [...page.parameters.keys()].join();
-    Object.assign(page, { parameters, counts: new Map([...bounds].map((name) => [name, countOf(name)])) });
+    page.counts = new Map([...bounds].map((name) => [name, countOf(name)]));
+    page.parameters = parameters;
     if (isSame) return;
     page.tree.build(parameters);
     search();
@@ -92,7 +93,8 @@ function updateRows(names) {
 }
 
 function showCamera() {
-    const [maker, model, ...rest] = Object.entries(ABOUT).map(([name, word]) => page.camera.get(name) && word + page.camera.get(name));
+    const texts = Object.entries(ABOUT).map(([name, word]) => page.camera.get(name) && word + page.camera.get(name));
+    const [maker, model, ...rest] = texts;
     say(find("camera-name"), [maker, model].filter(Boolean).join(" ") || "Camera parameters");
     say(find("camera-about"), rest.filter(Boolean).join(" · "));
 }
@@ -111,7 +113,8 @@ function search() {
     const text = find("search").value;
     const names = page.tree.search(text);
     find("search-select").hidden = !text.trim() || !names.length;
-    say(find("search-count"), text.trim() ? `${names.length} of ${page.parameters.size}` : `${page.parameters.size} parameters`);
+    const all = page.parameters.size;
+    say(find("search-count"), text.trim() ? `${names.length} of ${all}` : `${all} parameters`);
     return names;
 }
 
@@ -120,7 +123,8 @@ function show(names, isOn) {
     const fresh = names.filter((name) => isOn && !page.shown.has(name));
     names.forEach((name) => (isOn ? page.shown.add(name) : page.shown.delete(name)));
     arrange();
-    const isBeside = find("columns").clientHeight < document.documentElement.clientHeight; // else the tree would move away
+    // Only where the tree does not move away with it.
+    const isBeside = find("columns").clientHeight < document.documentElement.clientHeight;
     if (fresh.length && isBeside) page.rows.get(fresh[0]).element.scrollIntoView({ block: "nearest" });
     readShown(fresh);
 }
@@ -148,10 +152,11 @@ function remove(row) {
 
 // What a parameter's widget needs is read with it. A read that changes the camera is only made by the row's own button.
 async function readShown(names) {
-    const wanted = names.map((name) => page.parameters.get(name)).filter((parameter) => parameter && !parameter.changesCamera);
+    const wanted = names.map((name) => page.parameters.get(name)).filter((found) => found && !found.changesCamera);
     if (!wanted.length) return;
     await page.camera.read(wanted.flatMap((parameter) => [parameter.name, ...parameter.needs]));
-    const failed = wanted.filter(({ name }) => page.camera.get(name) === undefined || page.camera.readings.get(name).trouble);
+    const isGood = ({ value, trouble }) => value !== undefined && !trouble;
+    const failed = wanted.filter(({ name }) => !isGood(page.camera.readings.get(name)));
     say(find("summary"), `${wanted.length} read${failed.length ? `, ${failed.length} with an error` : ""}`);
 }
 

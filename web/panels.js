@@ -1,5 +1,5 @@
-// What stands beside the parameters: the exchanges in raw form and, with the simulated camera, the log of what its daemons
-// were sent and the ways to change it. A real camera has no addresses for these, and the panels stay away.
+// What stands beside the parameters: the exchanges in raw form and, with the simulated camera, the log of what its
+// daemons were sent and the ways to change it. A real camera has no addresses for these, and the panels stay away.
 import { copy, find, h, say } from "./dom.js";
 import { curlOf } from "./protocol.js";
 
@@ -21,7 +21,8 @@ export function showExchanges(camera) {
     const chosen = () => camera.exchanges[choice.selectedIndex];
     const show = () => {
         find("exchange-curl").textContent = curlOf(chosen());
-        find("exchange-reply").textContent = [chosen().text, chosen().trouble].filter(Boolean).join("\n") || "(nothing)";
+        const reply = [chosen().text, chosen().trouble].filter(Boolean).join("\n");
+        find("exchange-reply").textContent = reply || "(nothing)";
     };
     choice.addEventListener("change", show);
     find("exchange-copy").addEventListener("click", (event) => chosen() && copy(curlOf(chosen()), event.target));
@@ -32,7 +33,7 @@ export function showExchanges(camera) {
 }
 
 function titleOf(done) {
-    const names = done.body === undefined ? [...done.url.matchAll(/req=([^&]*)/g)].map((match) => match[1]) : [done.body.trim()];
+    const names = done.body?.split("\r\n", 1) ?? [...done.url.matchAll(/req=([^&]*)/g)].map((match) => match[1]);
     const more = names.length > 1 ? ` and ${names.length - 1} more` : "";
     const time = new Date(done.start).toTimeString().slice(0, 8);
     return `${time}  ${done.method}  ${done.status || "no answer"}  ${done.end - done.start} ms  ${names[0]}${more}`;
@@ -62,7 +63,8 @@ async function readLog(from) {
     const known = Math.min(from, 1);
     const reply = await fetch(LOG, { headers: { Range: `bytes=${from - known}-` }, cache: "no-store" });
     if (reply.status === 416) return { isNew: true };
-    if (!reply.ok || !reply.headers.get("content-type")?.startsWith("text/plain")) return { isAbsent: reply.status < 500 };
+    const isLog = reply.ok && reply.headers.get("content-type")?.startsWith("text/plain");
+    if (!isLog) return { isAbsent: reply.status < 500 };
     const bytes = await reply.arrayBuffer();
     return { bytes: bytes.slice(reply.status === 206 ? known : from) };
 }
@@ -78,14 +80,19 @@ function addLines(lines) {
 
 export function showSimulator() {
     find("faults").replaceChildren(...Object.entries(FAULTS).map(([service, faults]) =>
-        h("div", { role: "group", "aria-label": `Faults of ${service}`, "data-service": service }, h("span", {}, service),
-          h("div", {}, ["none", ...faults].map((fault) => h("button", { type: "button", "aria-pressed": String(fault === "none"),
-              onclick: () => change(`fault ${service} ${fault}`) }, fault))))));
+        h("div", { role: "group", "aria-label": `Faults of ${service}`, "data-service": service },
+            h("span", {}, service),
+            h("div", {}, ["none", ...faults].map((fault) => faultButton(service, fault))))));
     find("change").addEventListener("submit", (event) => {
         event.preventDefault();
         change(find("change-lines").value);
     });
     find("reset").addEventListener("click", () => change("reset"));
+}
+
+function faultButton(service, fault) {
+    const onclick = () => change(`fault ${service} ${fault}`);
+    return h("button", { type: "button", "aria-pressed": String(fault === "none"), onclick }, fault);
 }
 
 async function change(lines) {
@@ -102,9 +109,10 @@ async function change(lines) {
 function markFaults(change) {
     for (const line of change.split(/\\n|\n/)) {
         const [, service, fault] = /^fault (\S+) (\S+)/.exec(line) ?? [];
-        const groups = line === "reset" ? "#faults [data-service]" : service && `#faults [data-service="${CSS.escape(service)}"]`;
-        for (const button of groups ? document.querySelectorAll(`${groups} button`) : []) {
-            button.ariaPressed = String(button.textContent === (fault ?? "none"));
+        for (const group of service || line === "reset" ? find("faults").children : []) {
+            if (service && group.dataset.service !== service) continue;
+            group.querySelectorAll("button").forEach((button) =>
+                (button.ariaPressed = String(button.textContent === (fault ?? "none"))));
         }
     }
 }

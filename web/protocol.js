@@ -80,7 +80,8 @@ function leftOut(done, refusal) {
 function remarkOf(done, strays) {
     const text = strays.filter((line) => !/^content-type:/i.test(line)).join(" ").trim();
     if (!done.trouble && text) return `The reply also says: ${text.slice(0, 300)}`;
-    return done.lacksHeader ? "The program printed something in front of its header, as it does when it does not reach a daemon." : "";
+    if (!done.lacksHeader) return "";
+    return "The program printed something in front of its header, as it does when it does not reach a daemon.";
 }
 
 const quote = (text) => `'${text.replaceAll("'", "'\\''")}'`;

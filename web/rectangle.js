@@ -1,5 +1,5 @@
-// A rectangle in the image, drawn with pointer or keyboard on a canvas, beside fields for its four numbers: the corner and
-// the opposite corner as fractions of the image.
+// A rectangle in the image, drawn with pointer or keyboard on a canvas, beside fields for its four numbers: the corner
+// and the opposite corner as fractions of the image.
 import { h } from "./dom.js";
 
 const SIDES = ["left", "top", "right", "bottom"];
@@ -11,10 +11,14 @@ const clamp = (value, low = 0, high = 1) => Math.min(high, Math.max(low, value))
 const round = (value) => Number(value.toFixed(4)); // the camera has units of 1/9999
 
 export function makeRectangle(parameter, names) {
-    const fields = SIDES.map((side) => h("input", { type: "number", min: 0, max: 1, step: STEP,
-                                                    "aria-label": `${parameter.name}: ${side}`, "aria-describedby": names["aria-describedby"] }));
-    const canvas = h("canvas", { width: 480, height: 270, tabindex: 0, role: "img",
-        "aria-label": "The window in the image. Arrow keys move it, with Shift they move its right and lower edges." });
+    const fields = SIDES.map((side) => h("input", {
+        type: "number", min: 0, max: 1, step: STEP,
+        "aria-label": `${parameter.name}: ${side}`, "aria-describedby": names["aria-describedby"],
+    }));
+    const canvas = h("canvas", {
+        width: 480, height: 270, tabindex: 0, role: "img",
+        "aria-label": "The window in the image. Arrow keys move it, with Shift they move its right and lower edges.",
+    });
     const get = () => fields.map((field) => Number(field.value));
     const show = (corners) => {
         fields.forEach((field, i) => (field.value = corners[i]));
@@ -93,5 +97,7 @@ function draw(canvas, corners) {
     pen.globalAlpha = 1;
     pen.lineWidth = 2;
     pen.strokeRect(left + 1, top + 1, Math.max(0, right - left - 2), Math.max(0, bottom - top - 2));
-    for (const x of [left, right]) for (const y of [top, bottom]) pen.fillRect(clamp(x - 5, 0, canvas.width - 10), clamp(y - 5, 0, canvas.height - 10), 10, 10);
+    for (const x of [left, right].map((x) => clamp(x - 5, 0, canvas.width - 10))) {
+        for (const y of [top, bottom].map((y) => clamp(y - 5, 0, canvas.height - 10))) pen.fillRect(x, y, 10, 10);
+    }
 }

@@ -1,10 +1,14 @@
 // The parameters that are shown, under the part of the name that they share: value, age, what the program said of it,
 // and a widget where it can be written.
 import { h, say } from "./dom.js";
-import { describeType, explain, readForm, writeForm } from "./catalogue.js";
+import { explain, readForm, writeForm } from "./catalogue.js";
 import { makeWidget } from "./widgets.js";
 
 let rowCount = 0;
+
+// A button that is only a sign; its label says what it does.
+const signButton = (sign, label, attributes) =>
+    h("button", { type: "button", class: "quiet", title: label, "aria-label": label, ...attributes }, sign);
 
 export class Row {
     constructor(parameter, catalogue, camera, onRemove) {
@@ -16,39 +20,49 @@ export class Row {
 
     build(onRemove) {
         const { parameter, id } = this;
-        const { name, record, type } = parameter;
+        const { name, record } = parameter;
         this.age = h("span", { class: "age" });
         this.message = h("div", { class: "message", id: `${id}-message`, role: "status" });
         this.value = h("output", { class: "reading", "aria-labelledby": `${id}-name` });
         this.hint = h("span", { class: "hint", id: `${id}-hint` });
-        this.readButton = h("button", { type: "button", class: parameter.changesCamera ? "" : "quiet",
-            title: `Read ${name}`, "aria-label": `Read ${name}`, onclick: () => this.read() }, parameter.changesCamera ? "Read" : "↻");
-        const remove = h("button", { type: "button", class: "quiet", title: `Remove ${name}`, "aria-label": `Remove ${name}`,
-                                     onclick: () => onRemove(this) }, "✕");
+        this.about = this.buildAbout();
+        const place = h("span", { class: "hidden" }, name.slice(0, name.lastIndexOf(".") + 1));
+        const read = parameter.changesCamera
+            ? h("button", { type: "button", "aria-label": `Read ${name}`, onclick: () => this.read() }, "Read")
+            : signButton("↻", `Read ${name}`, { onclick: () => this.read() });
+        const remove = signButton("✕", `Remove ${name}`, { onclick: () => onRemove(this) });
         return h("li", { class: "row", "data-name": name },
-            h("div", { class: "what" }, h("span", { class: "name", id: `${id}-name` },
-                h("span", { class: "hidden" }, name.slice(0, name.lastIndexOf(".") + 1)), name.split(".").at(-1)),
-              h("span", { class: "label" }, record.label)),
-            this.widget ? this.buildForm() : h("div", { class: "value" }, this.value, type.unit && h("span", { class: "unit" }, type.unit)),
-            h("div", { class: "tools" }, this.age, this.readButton, this.buildToggle(), remove),
+            h("div", { class: "what" },
+                h("span", { class: "name", id: `${id}-name` }, place, name.split(".").at(-1)),
+                h("span", { class: "label" }, record.label)),
+            this.widget ? this.buildForm() : h("div", { class: "value" }, this.value, this.buildUnit()),
+            h("div", { class: "tools" }, this.age, read, this.buildToggle(), remove),
             this.message, this.about);
+    }
+
+    buildUnit() {
+        const { unit } = this.parameter.type;
+        return unit && h("span", { class: "unit" }, unit);
     }
 
     buildForm() {
         const { type } = this.parameter;
         this.set = h("button", { type: "submit", disabled: true, hidden: type.kind === "boolean" }, "Set");
-        const form = h("form", { class: `value ${type.kind}`, novalidate: true, oninput: () => this.edit(),
-                                 onsubmit: (event) => { event.preventDefault(); this.write(); } },
-                       this.widget.elements, type.unit && h("span", { class: "unit" }, type.unit), this.hint, this.set);
+        const form = h("form", { class: `value ${type.kind}`, novalidate: true },
+            this.widget.elements, this.buildUnit(), this.hint, this.set);
+        form.addEventListener("input", () => this.edit());
         form.addEventListener("keydown", (event) => event.key === "Escape" && this.restore());
+        form.addEventListener("submit", (event) => {
+            event.preventDefault();
+            this.write();
+        });
         if (type.kind === "boolean") form.addEventListener("change", () => this.write());
         return form;
     }
 
     buildToggle() {
-        this.about = this.buildAbout();
-        const toggle = h("button", { type: "button", class: "quiet", "aria-expanded": "false", "aria-controls": this.about.id,
-                                     title: "What it means", "aria-label": `About ${this.parameter.name}` }, "?");
+        const toggle = signButton("?", `About ${this.parameter.name}`,
+            { "aria-expanded": "false", "aria-controls": this.about.id });
         toggle.addEventListener("click", () => {
             this.about.hidden = !this.about.hidden;
             toggle.ariaExpanded = String(!this.about.hidden);
@@ -58,12 +72,12 @@ export class Row {
 
     buildAbout() {
         const { record, keys, name } = this.parameter;
-        const texts = [record.anything, record.keep && `What was read is better not written back: ${record.keep}.`,
-                       ...record.notes ?? []].filter(Boolean);
+        const keep = record.keep && `What was read is better not written back: ${record.keep}.`;
+        const texts = [record.anything, keep, ...record.notes ?? []].filter(Boolean);
         return h("div", { class: "about", id: `${this.id}-about`, hidden: true },
-                 h("p", {}, h("code", {}, name), ` ${record.meaning}`),
-                 keys.length > 0 && h("p", {}, "Camera keys: ", ...keys.flatMap((key) => [h("code", {}, key), " "])),
-                 texts.map((text) => h("p", {}, text)));
+            h("p", {}, h("code", {}, name), ` ${record.meaning}`),
+            keys.length > 0 && h("p", {}, "Camera keys: ", ...keys.flatMap((key) => [h("code", {}, key), " "])),
+            texts.map((text) => h("p", {}, text)));
     }
 
     // A read by hand takes an edit back: what is shown then is what the camera says.
@@ -90,10 +104,10 @@ export class Row {
         this.update();
         const answer = await camera.write(name, value);
         const reads = camera.get(name);
-        const isSame = reads === readForm(type, value);
         if (answer.value === undefined) this.outcome = { ...answer, isBad: true };
         else if (reads === undefined) this.outcome = { text: "Accepted, but it cannot be read back.", isBad: true };
-        else this.outcome = isSame ? { text: "Written.", ...answer } : { text: `Accepted, reads ${reads || "an empty text"}.`, ...answer };
+        else if (reads === readForm(type, value)) this.outcome = { text: "Written.", ...answer };
+        else this.outcome = { text: `Accepted, reads ${reads || "an empty text"}.`, ...answer };
         // A refused value stays in its field, to be corrected; a switch has no such state.
         this.isEdited = this.outcome.isBad && type.kind !== "boolean";
         this.update();
@@ -110,7 +124,8 @@ export class Row {
             say(this.hint, widget.hint());
             if (!this.isEdited) widget.show(reading?.value ?? "");
         }
-        this.value.textContent = (parameter.type.kind === "list" ? reading?.value?.replaceAll(",", ", ") : reading?.value) ?? "—";
+        const text = parameter.type.kind === "list" ? reading?.value?.replaceAll(",", ", ") : reading?.value;
+        this.value.textContent = text ?? "—";
         this.showMessage((reading?.trouble ? reading : this.outcome ?? reading) ?? {});
         this.tick();
     }
@@ -124,6 +139,7 @@ export class Row {
             ["why", waits && "Reading it changes the camera, so it is only read when asked for here."],
         ].filter(([, line]) => line);
         const isWrong = Boolean(error ?? trouble ?? isBad);
+        // A live region speaks whenever it is written.
         if (lines.map(([, line]) => line).join("") !== this.message.textContent) {
             this.message.replaceChildren(...lines.map(([kind, line]) => h("p", { class: kind }, line)));
         }
@@ -133,7 +149,8 @@ export class Row {
 
     tick(now = Date.now()) {
         const { camera, parameter } = this;
-        say(this.age, camera.asking.has(parameter.name) ? "asking…" : ageText(now - camera.readings.get(parameter.name)?.at));
+        const age = now - camera.readings.get(parameter.name)?.at;
+        say(this.age, camera.asking.has(parameter.name) ? "asking…" : ageText(age));
     }
 }
 

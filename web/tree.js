@@ -1,5 +1,5 @@
-// The tree of names: a place for every word of a name, with a box that shows the parameter, or all below it. By keyboard
-// as trees are: arrows, Home and End move, Enter opens, the space bar checks.
+// The tree of names: a place for every word of a name, with a box that shows the parameter, or all below it. By
+// keyboard as trees are: arrows, Home and End move, Enter opens, the space bar checks.
 import { h } from "./dom.js";
 import { matcher } from "./catalogue.js";
 
@@ -36,12 +36,14 @@ export class Tree {
     addInner(parent, word) {
         const list = h("ul", { role: "group" });
         const path = `${parent.path}${word}.`;
-        const item = this.addItem(parent, path, [h("span", { class: "word" }, word)], { "aria-expanded": "false" }, list);
+        const texts = [h("span", { class: "word" }, word)];
+        const item = this.addItem(parent, path, texts, { "aria-expanded": "false" }, list);
         return this.register({ path, below: [], inner: new Map(), list, item });
     }
 
     addLeaf(parent, word, parameter) {
-        const note = parameter.changesCamera ? "reading it changes the camera" : parameter.isWritable ? "" : "read only";
+        const access = parameter.isWritable ? "" : "read only";
+        const note = parameter.changesCamera ? "reading it changes the camera" : access;
         const item = this.addItem(parent, parameter.name, [
             h("span", { class: "word" }, word), h("span", { class: "meaning" }, parameter.record.label),
             note && h("span", { class: "hidden" }, `, ${note}`)], { class: "leaf" });
@@ -49,9 +51,9 @@ export class Tree {
     }
 
     addItem(parent, path, texts, attributes, ...inner) {
-        const item = h("li", { role: "treeitem", tabindex: "-1", "aria-checked": "false", "data-path": path, ...attributes },
-                       h("div", { class: "line" }, h("span", { class: "twisty" }), h("span", { class: "box" }), ...texts),
-                       ...inner);
+        const common = { role: "treeitem", tabindex: "-1", "aria-checked": "false", "data-path": path };
+        const line = [h("span", { class: "twisty" }), h("span", { class: "box" }), ...texts];
+        const item = h("li", { ...common, ...attributes }, h("div", { class: "line" }, line), ...inner);
         parent.list.append(item);
         return item;
     }
@@ -130,7 +132,8 @@ export class Tree {
         if (event.key in moves) seen[moves[event.key]]?.focus();
         else if (event.key === " " || (event.key === "Enter" && !item.ariaExpanded)) this.toggle(item);
         else if (event.key === "Enter") this.open(item, !isOpen);
-        else if (event.key === "ArrowRight" && item.ariaExpanded) isOpen ? seen[at + 1]?.focus() : this.open(item, true);
+        else if (event.key === "ArrowRight" && isOpen) seen[at + 1]?.focus();
+        else if (event.key === "ArrowRight" && item.ariaExpanded) this.open(item, true);
         else if (event.key === "ArrowLeft" && isOpen) this.open(item, false);
         else if (event.key === "ArrowLeft") item.parentElement.closest("[role=treeitem]")?.focus();
         else return;

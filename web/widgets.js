@@ -1,8 +1,10 @@
-// What a value is edited with, by its type. A widget has its elements, its fields (those that can be wrong), show(value),
-// get() and hint(), which says what it takes.
-import { choicesOf, describeType, rangeOf } from "./catalogue.js";
+// What a value is edited with, by its type. A widget has its elements, its fields (those that can be wrong),
+// show(value), get() and hint(), which says what it takes.
+import { choicesOf, describeType, rangeOf, writeForm } from "./catalogue.js";
 import { h } from "./dom.js";
 import { makeRectangle } from "./rectangle.js";
+
+const VALUE_MAX = 383; // characters; the program refuses longer ones
 
 export function makeWidget(parameter, camera, id) {
     const { type } = parameter;
@@ -29,6 +31,7 @@ function makeSwitch(names) {
 // A value that is no choice becomes one: the camera may well hold it.
 function makeSelect(type, camera, names) {
     const select = h("select", names);
+    let shown = "";
     return {
         elements: [select], fields: [select], hint: () => "",
         get: () => select.value,
@@ -36,8 +39,12 @@ function makeSelect(type, camera, names) {
             const choices = choicesOf(type, camera.get);
             const known = (choice) => choice === value || type.answers?.[choice] === value;
             const all = choices.some(known) ? choices : [value, ...choices];
-            const label = (choice) => (type.answers?.[choice] ? `${choice} (reads ${type.answers[choice]})` : choice || "—");
-            select.replaceChildren(...all.map((choice) => h("option", { value: choice, selected: known(choice) }, label(choice))));
+            if (String([value, ...all]) === shown && select.value === writeForm(type, value)) return; // it may be open
+            shown = String([value, ...all]);
+            const told = (choice) => (type.answers?.[choice] ? ` (reads ${type.answers[choice]})` : "");
+            const label = (choice) => choice + told(choice) || "—";
+            select.replaceChildren(...all.map((choice) =>
+                h("option", { value: choice, selected: known(choice) }, label(choice))));
         },
     };
 }
@@ -46,8 +53,10 @@ function makeSelect(type, camera, names) {
 function makeField(type, camera, names, listId) {
     const isNumber = type.kind === "number";
     const list = type.list || type.words ? h("datalist", { id: listId }) : null;
-    const field = h("input", { ...names, type: isNumber ? "number" : "text", step: isNumber && "any", list: list && listId,
-                               maxlength: isNumber ? null : 383, autocomplete: "off", spellcheck: "false" });
+    const field = h("input", {
+        ...names, type: isNumber ? "number" : "text", step: isNumber && "any", maxlength: isNumber ? null : VALUE_MAX,
+        list: list && listId, autocomplete: "off", spellcheck: "false",
+    });
     return {
         elements: [field, list], fields: [field],
         hint: () => (type.kind === "text" ? "" : describeType(type, camera.get)),
