@@ -22,11 +22,12 @@ def pytest_addoption(parser):
     parser.addoption("--emulator", default="", help="what runs the program")
     parser.addoption("--variant", default="native", help='which "only" lines hold')
     parser.addoption("--batches", default=1, type=int, help="how many times 500 requests the load test sends")
+    parser.addoption("--picture", default="/tmp/page.png", help="where the page's picture goes")
     parser.addoption("--kills", default=200, type=int, help="how many setters are killed, on a roomy and on a full disk")
 
 
 def pytest_configure():
-    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE_LIMIT, FILE_SIZE_LIMIT))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE_LIMIT, resource.RLIM_INFINITY))
 
 
 def pytest_collect_file(file_path, parent):
