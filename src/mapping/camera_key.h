@@ -27,7 +27,7 @@ int Read_CutKey(char *pszText, size_t uSize, const char *pszKey);
 /// Reads a key as a number; one that cannot be read in SIZE bytes counts as 0.
 template <size_t SIZE> int32_t Read_KeyNumber(const char *pszKey)
 {
-    char szText[SIZE] = "";
+    char szText[SIZE] = {};
     return Read_Key(szText, sizeof szText, pszKey) == 0 ? Int32_FromText(szText) : 0;
 }
 

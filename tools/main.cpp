@@ -1,0 +1,56 @@
+// camera-check: what is wrong on a camera, seen as param.cgi sees it. It changes nothing there.
+#include "check.h"
+#include "report.h"
+
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+
+static constexpr int EXIT_BAD = 1;
+static constexpr int EXIT_USAGE = 2;
+
+static constexpr char USAGE[] =
+    "usage: camera-check\n"
+    "  Looks at all that param.cgi needs, as the user that starts it (let that be the web server's), and prints a\n"
+    "  line per check, good or bad. The exit status is 1 when one is bad. Started by a web server as a CGI program,\n"
+    "  it prints the same as text/plain.\n";
+
+static void Check_All()
+{
+    Check_Caller();
+    if (Check_Daemon()) {
+        Check_Keys();
+        Check_Files();
+        Check_Ptz();
+    } else {
+        Report_Bad("keys", "not looked at, and neither are files and PTZ daemon, which depend on them; see to what is "
+                           "bad above first");
+    }
+    Check_Network();
+    Check_Log();
+}
+
+int main(int argc, char *argv[])
+{
+    // Nobody may ask for more than the check over the network, and some servers make arguments of a query.
+    const bool bCgi = getenv("REQUEST_METHOD") != nullptr;
+    if (argc > 1 && !bCgi) {
+        const bool bHelp = strcmp(argv[1], "--help") == 0;
+        fputs(USAGE, bHelp ? stdout : stderr);
+        return bHelp ? EXIT_SUCCESS : EXIT_USAGE;
+    }
+    signal(SIGPIPE, SIG_IGN);
+    // The libraries' own lines would stand in the camera's log as if requests had failed.
+    openlog("camera-check", 0, LOG_USER);
+    setlogmask(LOG_MASK(LOG_DEBUG));
+    if (Report_Open() != 0)
+        return EXIT_USAGE;
+    if (bCgi)
+        Report_Say("Content-type: text/plain\r\n\r\n");
+    Check_All();
+    if (Report_Close() != 0)
+        return EXIT_USAGE;
+    return Report_BadCount() == 0 ? EXIT_SUCCESS : EXIT_BAD;
+}
