@@ -150,5 +150,25 @@ const SideElement g_atSideElement[] = {
     {"/etc/conf.d/config_quorvexSystem.xml", "storage/c{channel}/devicenum", nullptr, "VideoInput.{channel}.Storage.DeviceNum"},
     {},
 };
+
+const ValueSource g_atValueSource[] = {
+    {"General.DateTime.CurrentUTCDateTime", "the clock, minus the whole hours of the time zone"},
+    {"Network.%d.MacAddress", "the serial number; without one, the interface eth0"},
+    {"Network.%d.StaticIpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"Network.%d.CurrentIpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"Network.%d.StaticPrefixLength", "SERVER_ADDR, the address at which the request came in"},
+    {"VideoInput.Capabilities.PeopleCountingSupported", "the analytics service"},
+    {"VideoInput.%d.hevc.%d.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"VideoInput.%d.mjpeg.%d.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"VideoInput.%d.mpeg4.%d.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"VideoInput.%d.h264.%d.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"AudioInput.%d.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"CustomEvents.Capabilities.EventList", "capabilities, and the functions of the analytics service"},
+    {"Storage.%d.Capabilities.Rtsp.IpAddress", "SERVER_ADDR, the address at which the request came in"},
+    {"PTZ.Capabilities.EntityCount", "the pid file of the PTZ daemon"},
+    {"PTZ.%d.VideoInputId", "the pid file of the PTZ daemon"},
+    {"PTZ.%d.Capabilities.CommandList", "capabilities, and the version of the PTZ daemon"},
+    {},
+};
 const char g_szCapabilityFile[] = "/etc/CDF.xml";
 // clang-format on

@@ -35,4 +35,11 @@ struct SideElement {
 };
 extern const SideElement g_atSideElement[];
 
+/// What a parameter of the table is answered from when that is no key and no side file.
+struct ValueSource {
+    const char *pszTemplate;
+    const char *pszSource;
+};
+extern const ValueSource g_atValueSource[];
+
 extern const char g_szCapabilityFile[];

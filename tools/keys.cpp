@@ -15,7 +15,7 @@ namespace {
 enum KeyFault { KEY_UNKNOWN, KEY_MISSING, KEY_TOO_LONG, KEY_EMPTY, KEY_FINE };
 
 constexpr size_t VALUE_SIZE = 512;
-constexpr int32_t UNKNOWN_MAX = 3; ///< more of them say nothing more, and each may cost ten seconds
+constexpr int32_t UNKNOWN_MAX = 4; ///< more of them say nothing more, and each may cost ten seconds
 
 /// One walk over the table.
 struct KeyWalk {
@@ -124,11 +124,10 @@ static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
 {
     if (strncmp(ptUse->pszName, "AudioInput", strlen("AudioInput")) == 0 && tPlace.iInput == PLACE_NONE)
         tPlace.iInput = tPlace.iChannel;
-    if (ptUse->pszWithout == nullptr)
-        return;
-    const bool bAnswers = strncmp(ptUse->pszWithout, "answers", strlen("answers")) == 0;
+    const char *pszWithout = ptUse->pszWithout != nullptr ? ptUse->pszWithout : "goes on without it";
+    const bool bAnswers = strncmp(pszWithout, "answers", strlen("answers")) == 0;
     Report_Say("%s%s%s", Fill_Name(ptUse->pszName, tPlace).szText, bAnswers || eFault == KEY_EMPTY ? " " : ": ",
-               eFault == KEY_EMPTY ? "has nothing to go by" : ptUse->pszWithout);
+               eFault == KEY_EMPTY ? "has nothing to go by" : pszWithout);
 }
 
 /// Looks at one key for all of its uses, from ptFirst up to ptEnd.
@@ -145,7 +144,9 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
         KeyFault eFault = Look_Up(tKey, ptUse->uSize > 0 ? ptUse->uSize : VALUE_SIZE, szValue);
         if (eFault == KEY_MISSING && ptUse->uSize == 0 && ptWalk->iNotThere++ == 0)
             snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
-        if (eFault == KEY_EMPTY && !ptUse->bNeeded)
+        // A write needs no value; to ask for it has cost a wait all the same.
+        ptWalk->iUnknown += eFault == KEY_UNKNOWN ? 1 : 0;
+        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0))
             eFault = KEY_FINE;
         if (eFault == KEY_FINE || (ptUse->pszWithout == nullptr && eFault != KEY_UNKNOWN) ||
             (eFault == KEY_EMPTY && eSaid == KEY_EMPTY && strcmp(ptUse->pszName, ptUse[-1].pszName) == 0))
@@ -165,7 +166,6 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
     if (eSaid == KEY_FINE)
         return;
     ++ptWalk->iBad;
-    ptWalk->iUnknown += eSaid == KEY_UNKNOWN ? 1 : 0;
     Report_Say("; %s\n", Get_Advice(eSaid));
 }
 
@@ -212,7 +212,7 @@ void Check_Keys()
         Check_KeyEverywhere(&tWalk, ptFirst, ptEnd);
         ptFirst = ptEnd;
     }
-    if (tWalk.iUnknown == UNKNOWN_MAX)
+    if (tWalk.iUnknown >= UNKNOWN_MAX && tWalk.iBad > 0)
         Report_Bad("keys", "the rest is not looked at; see to those first that cannot be looked up");
     else if (tWalk.iBad == 0)
         Report_Good("keys", "%d that parameters look at, each with a value that fits", tWalk.iLooked);

@@ -1,5 +1,6 @@
 // camera-check: what is wrong on a camera, seen as param.cgi sees it. It changes nothing there.
 #include "check.h"
+#include "explain.h"
 #include "report.h"
 
 #include <signal.h>
@@ -12,10 +13,16 @@ static constexpr int EXIT_BAD = 1;
 static constexpr int EXIT_USAGE = 2;
 
 static constexpr char USAGE[] =
-    "usage: camera-check\n"
+    "usage: camera-check [--explain NAME[=VALUE] | --record [--all]]\n"
     "  Looks at all that param.cgi needs, as the user that starts it (let that be the web server's), and prints a\n"
     "  line per check, good or bad. The exit status is 1 when one is bad. Started by a web server as a CGI program,\n"
-    "  it prints the same as text/plain.\n";
+    "  it prints the same as text/plain.\n"
+    "  --explain NAME[=VALUE]  what a read of this parameter, or a write of this value, looks at, each key with its\n"
+    "                          value, and the answer; a write is not carried out. 1: the answer is an error\n"
+    "  --record                prints the camera, its keys and files, as a model for the simulated one; what looks\n"
+    "                          like a password is left out\n"
+    "  --record --all          with that, too\n"
+    "It changes nothing on the camera.\n";
 
 static void Check_All()
 {
@@ -36,8 +43,12 @@ int main(int argc, char *argv[])
 {
     // Nobody may ask for more than the check over the network, and some servers make arguments of a query.
     const bool bCgi = getenv("REQUEST_METHOD") != nullptr;
-    if (argc > 1 && !bCgi) {
-        const bool bHelp = strcmp(argv[1], "--help") == 0;
+    const char *pszOption = argc > 1 && !bCgi ? argv[1] : "";
+    const bool bExplain = strcmp(pszOption, "--explain") == 0 && argc == 3;
+    const bool bAll = argc == 3 && strcmp(argv[2], "--all") == 0;
+    const bool bRecord = strcmp(pszOption, "--record") == 0 && (argc == 2 || bAll);
+    if (pszOption[0] != '\0' && !bExplain && !bRecord) {
+        const bool bHelp = strcmp(pszOption, "--help") == 0;
         fputs(USAGE, bHelp ? stdout : stderr);
         return bHelp ? EXIT_SUCCESS : EXIT_USAGE;
     }
@@ -49,8 +60,14 @@ int main(int argc, char *argv[])
         return EXIT_USAGE;
     if (bCgi)
         Report_Say("Content-type: text/plain\r\n\r\n");
-    Check_All();
+    int iResult = EXIT_SUCCESS;
+    if (bExplain)
+        iResult = Explain(argv[2]);
+    else if (bRecord)
+        iResult = Record(bAll);
+    else
+        Check_All();
     if (Report_Close() != 0)
         return EXIT_USAGE;
-    return Report_BadCount() == 0 ? EXIT_SUCCESS : EXIT_BAD;
+    return iResult == EXIT_SUCCESS && Report_BadCount() == 0 ? EXIT_SUCCESS : EXIT_BAD;
 }

@@ -57,6 +57,22 @@ void Report_Say(const char *pszFormat, ...)
     va_end(tArguments);
 }
 
+void Report_SayEscaped(const char *pcText, size_t uLength)
+{
+    for (size_t u = 0; u < uLength; ++u) {
+        const unsigned char cByte = static_cast<unsigned char>(pcText[u]);
+        const char *pszShort = cByte == '\\'   ? "\\\\"
+                               : cByte == '\r' ? "\\r"
+                               : cByte == '\n' ? "\\n"
+                               : cByte == '\t' ? "\\t"
+                                               : nullptr;
+        if (pszShort != nullptr)
+            fputs(pszShort, g_ptOutput);
+        else
+            fprintf(g_ptOutput, cByte >= 0x20 && cByte < 0x7f ? "%c" : "\\x%02x", cByte);
+    }
+}
+
 int Report_BadCount() { return g_iBadCount; }
 
 int Report_Close()

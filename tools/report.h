@@ -2,6 +2,8 @@
 /// libraries, which print to standard output and standard error as they do in param.cgi, are not heard.
 #pragma once
 
+#include <stddef.h>
+
 /// Takes standard output for the lines alone. 0 or -1.
 int Report_Open();
 
@@ -12,6 +14,9 @@ void Report_Bad(const char *pszWhat, const char *pszFormat, ...) __attribute__((
 /// A bad line in pieces: its beginning, then any number of Report_Say up to one that ends in a line feed.
 void Report_BeginBad(const char *pszWhat);
 void Report_Say(const char *pszFormat, ...) __attribute__((format(printf, 1, 2)));
+
+/// Says a text in which the backslash and what is not printable are C escapes.
+void Report_SayEscaped(const char *pcText, size_t uLength);
 
 /// How many lines were bad.
 int Report_BadCount();

@@ -1,8 +1,8 @@
+#include "ask.h"
 #include "check.h"
 #include "report.h"
 #include "snapshot_tree.h"
 
-#include "common/daemon_socket.h"
 #include "common/deadline.h"
 #include "conflib/configer.h"
 #include "mapping/camera_key.h"
@@ -22,11 +22,9 @@
 #include <sys/shm.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <time.h>
 #include <unistd.h>
 
 static constexpr char PROBE_KEY[] = "capability_nvideoin"; ///< a key that every camera has
-static constexpr int32_t PROBE_MILLISECONDS = 2000;
 static constexpr size_t NAME_SIZE = 64;
 
 // The caller.
@@ -62,26 +60,13 @@ static void Get_ProcessName(int iPid, char (&szName)[NAME_SIZE])
 {
     char szPath[32];
     snprintf(szPath, sizeof szPath, "/proc/%d/comm", iPid);
-    strcpy(szName, "which is no longer there");
+    snprintf(szName, sizeof szName, "which is no longer there");
     FILE *ptFile = fopen(szPath, "re");
     if (ptFile == nullptr)
         return;
     if (fgets(szName, sizeof szName, ptFile) != nullptr)
         szName[strcspn(szName, "\n")] = '\0';
     fclose(ptFile);
-}
-
-static int Take_InTime(int iSemaphore)
-{
-    const uint32_t dwDeadline = Deadline_After(PROBE_MILLISECONDS);
-    struct sembuf tTake = {0, -1, SEM_UNDO};
-    int iResult = 0;
-    do {
-        const int32_t iLeft = Deadline_Left(dwDeadline);
-        const struct timespec tLeft = {iLeft / 1000, iLeft % 1000 * 1000000L};
-        iResult = semtimedop(iSemaphore, &tTake, 1, &tLeft);
-    } while (iResult == -1 && errno == EINTR);
-    return iResult;
 }
 
 /// Returns the semaphore, taken; -1 when it cannot be had.
@@ -143,9 +128,8 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
     SnapshotSegment tCopy = {};
     const bool bCopied = bAttached && shmctl(iSegment, IPC_STAT, &tStatus) == 0 &&
                          Copy_Segment(pSegment, tStatus.shm_segsz, &tCopy) == 0;
-    struct sembuf tGive = {0, 1, SEM_UNDO};
     if (iSemaphore != -1)
-        semop(iSemaphore, &tGive, 1);
+        Give(iSemaphore);
     if (bAttached)
         shmdt(pSegment);
     if (iSegment == -1) {
@@ -177,15 +161,9 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
 
 static void Check_Socket()
 {
-    ConfigerRequest tRequest = {};
-    tRequest.iCommand = CONFIGER_GET;
-    strcpy(tRequest.szForm, "Value");
-    tRequest.iArg1 = CONFIGER_ARG1;
-    tRequest.pszPayload = PROBE_KEY;
-    char szReply[512] = "";
+    char szReply[512];
     const uint32_t dwStart = Deadline_After(0);
-    errno = 0;
-    const int iResult = Configer_Control(&tRequest, szReply, sizeof szReply);
+    const int iResult = Ask_Configer(PROBE_KEY, szReply, sizeof szReply);
     const int iError = errno;
     const int32_t iSeconds = static_cast<int32_t>(Deadline_After(0) - dwStart) / 1000;
     if (iResult == 0 && szReply[0] != '\0')
@@ -214,23 +192,6 @@ bool Check_Daemon()
 }
 
 // The other services.
-
-/// Sends a request on a socket that UnixSocket_Connect or the like takes, and receives what comes first. The number of
-/// bytes; -1 with errno set.
-static ssize_t Ask_Ptz(char *pcReply, size_t uSize)
-{
-    static constexpr char VERSION_REQUEST[] = "camctrl.cgi?getversion";
-    SocketPatience tPatience = {PROBE_MILLISECONDS};
-    const int iSocket = socket(AF_UNIX, SOCK_STREAM, 0);
-    ssize_t lResult = -1;
-    if (UnixSocket_Connect(iSocket, PTZ_SOCKET, &tPatience) == 0 &&
-        write(iSocket, VERSION_REQUEST, sizeof VERSION_REQUEST - 1) > 0)
-        lResult = Socket_Receive(iSocket, pcReply, uSize, &tPatience);
-    const int iError = errno;
-    close(iSocket);
-    errno = iError;
-    return lResult;
-}
 
 /// Whether the pid file is there and names a process that is.
 static bool Check_PidFile()
@@ -272,8 +233,8 @@ void Check_Ptz()
         Report_Good("PTZ daemon", "not asked by any request: the camera's keys announce no full PTZ");
         return;
     }
-    char szReply[256] = "";
-    if (Ask_Ptz(szReply, sizeof szReply - 1) > 0 && strchr(szReply, '=') != nullptr)
+    char szReply[256];
+    if (Ask_Ptz(szReply, sizeof szReply) > 0 && strchr(szReply, '=') != nullptr)
         Report_Good("PTZ daemon", "answers its version on %s", PTZ_SOCKET);
     else
         Report_Bad("PTZ daemon",
@@ -284,12 +245,10 @@ void Check_Ptz()
 
 void Check_Network()
 {
-    ParamContext tContext = {};
-    char szReply[512 + 1] = "";
-    // The question is the program's own, and so are its patience and its limits.
-    const bool bConnected = Quorvex_TCPSocketClient(&tContext) == 0;
-    const int iError = errno;
-    if (bConnected && QuorvexEvent_GetSmartVCA_Value(&tContext, szReply, sizeof szReply - 1) == 0 && szReply[0] != '\0')
+    char szReply[512];
+    const ssize_t lReceived = Ask_Analytics("/VCA/Functions", szReply, sizeof szReply);
+    const bool bConnected = lReceived >= 0 || errno == EAGAIN;
+    if (lReceived > 0)
         Report_Good("analytics", "127.0.0.1 port 80 answers \"%.*s\"", static_cast<int>(strcspn(szReply, "\r\n")),
                     szReply);
     else
@@ -297,7 +256,7 @@ void Check_Network()
                    "no answer from 127.0.0.1 port 80 (%s), so VideoInput.Capabilities.PeopleCountingSupported answers "
                    "%s, and CustomEvents.Capabilities.EventList lacks what it knows; start the service, or take it as "
                    "it is on a camera that has none",
-                   bConnected ? "the connection was closed" : strerror(iError),
+                   lReceived == 0 ? "the connection was closed" : strerror(errno),
                    bConnected ? "false" : "an internal error");
 
     struct ifreq tRequest = {};
@@ -327,7 +286,7 @@ void Check_Log()
     if (!bConnected && iError != EPROTOTYPE)
         Report_Bad("system log", "nobody listens on %s (%s), so failures leave no line; start the system logger",
                    tAddress.sun_path, strerror(iError));
-    else if (bConnected && poll(&tRoom, 1, PROBE_MILLISECONDS) != 1)
+    else if (bConnected && poll(&tRoom, 1, ASK_MILLISECONDS) != 1)
         Report_Bad("system log",
                    "the logger does not empty %s, so every line costs a request up to a second or more; "
                    "start the system logger again",
