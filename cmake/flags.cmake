@@ -6,7 +6,8 @@ endif()
 # The one set of compiler flags. param_warnings holds for every target of the tree, param_product adds
 # what the program on the camera wants: no C++ run-time library, every function in a section of its own.
 add_library(param_warnings INTERFACE)
-target_compile_options(param_warnings INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wformat=2 -Werror
+target_compile_options(param_warnings INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wformat=2
+    $<$<BOOL:${PARAM_WARNINGS_ARE_ERRORS}>:-Werror>
     # Texts that are cut at the end of their buffer are the contract of the fixed-size context.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-format-truncation>)
 if(PARAM_SANITIZE)
