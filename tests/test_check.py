@@ -71,6 +71,7 @@ WRONG = {
     "no videoin_c0_s2_codectype": ("videoin_c0_s2_codectype: missing; every request: ", "all behind it"),
     "no network_rtsp_s1": ("network_rtsp_s1_accessname: missing; VideoInput.1.h264.1.Rtsp.Abs", "an empty text; AudioInput.1."),
     "key motion_c0_win_i1_enable=10": ("motion_c0_win_i1_enable: longer than 1 ", "Motion.ROI.2.Enabled: internal"),
+    "key capability_nvideoin=no": ("shape: 0 video inputs", "tell"),
     "key system_timezoneindex=": ("system_timezoneindex: empty; ", "nothing to go by"),
     "ptz pidfile=no": ("PTZ pid file: ", "answers 0"), "file /var/run/ptzcgid.pid=99999": ("PTZ pid file: ", "left over"),
     f"nofile {MOTION}": (MOTION, "No such file"), f"file {VIDEO}=<root>": (VIDEO, "nest"), f"readonly {VIDEO}": (VIDEO, "not kept"),

@@ -5,6 +5,7 @@
 
 #include "conflib/snapshot.h"
 #include "mapping/camera_key.h"
+#include "param/param_context.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -202,9 +203,23 @@ static void Check_KeyEverywhere(KeyWalk *ptWalk, const KeyUse *ptFirst, const Ke
     }
 }
 
+static void Check_Shape(const CameraShape &tShape)
+{
+    if (tShape.iChannels < 1 || tShape.iChannels > VIDEO_CHANNEL_MAX || tShape.iStreams < 1)
+        Report_Bad(
+            "shape",
+            "%d video inputs with %d streams each, but what a platform can use is 1 to %d and at least one stream; "
+            "the keys capability_nvideoin and capability_nmediastream tell",
+            tShape.iChannels, tShape.iStreams, VIDEO_CHANNEL_MAX);
+    else
+        Report_Good("shape", "%d video inputs with %d streams and %d motion windows each, codecs %s, %d audio inputs",
+                    tShape.iChannels, tShape.iStreams, tShape.iWindows, tShape.szCodecs, tShape.iInputs);
+}
+
 void Check_Keys()
 {
     KeyWalk tWalk = {Read_Shape(), 0, 0, 0, "", 0};
+    Check_Shape(tWalk.tShape);
     for (const KeyUse *ptFirst = g_atKeyUse; ptFirst->pszKey != nullptr && tWalk.iUnknown < UNKNOWN_MAX;) {
         const KeyUse *ptEnd = ptFirst;
         while (ptEnd->pszKey != nullptr && strcmp(ptEnd->pszKey, ptFirst->pszKey) == 0)

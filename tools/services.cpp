@@ -99,6 +99,15 @@ static int Check_Semaphore(key_t tKey)
     return -1;
 }
 
+static void Report_Damage(const TreeSummary &tSummary)
+{
+    Report_BeginBad("tree");
+    Report_Say("%u damaged elements among %u, the first at \"", tSummary.dwDamaged, tSummary.dwElements);
+    Report_SayEscaped(tSummary.szDamaged, strlen(tSummary.szDamaged));
+    Report_Say("\": %s; keys behind it cannot be read; restart configer, and look for who else writes to the segment\n",
+               tSummary.pszDamaged);
+}
+
 /// Whether the tree is one that keys can be looked for in.
 static bool Check_Tree(SnapshotSegment *ptCopy)
 {
@@ -106,10 +115,7 @@ static bool Check_Tree(SnapshotSegment *ptCopy)
     if (Walk_Tree(ptCopy, nullptr, nullptr, &tSummary) != 0)
         Report_Bad("tree", "no memory for a walk; end what needs it");
     else if (tSummary.dwDamaged > 0)
-        Report_Bad("tree",
-                   "%u damaged elements among %u, the first at \"%s\": %s; keys behind it cannot be read; restart "
-                   "configer, and look for who else writes to the segment",
-                   tSummary.dwDamaged, tSummary.dwElements, tSummary.szDamaged, tSummary.pszDamaged);
+        Report_Damage(tSummary);
     else if (tSummary.dwKeys == 0)
         Report_Bad("tree", "it is empty, so no key can be read; configer has not published its settings");
     else
