@@ -79,11 +79,41 @@ static bool Carries_Sound(const Place &tPlace, const CameraShape &tShape)
     return tPlace.iStream == 0;
 }
 
+static bool Is_Sound(const KeyUse *ptUse)
+{
+    static constexpr char GROUP[] = "AudioInput";
+    return strncmp(ptUse->pszName, GROUP, sizeof GROUP - 1) == 0;
+}
+
+static void Read_Mode(Place *ptPlace)
+{
+    Read_Key(ptPlace->szMode, sizeof ptPlace->szMode, Make_Key("capability_videoin_c%d_mode", ptPlace->iChannel));
+}
+
+/// Whether another key is read in the place of this one; where that one counts streams, by each of them.
+static bool Is_Replaced(const KeyUse *ptUse, const Place &tPlace, const CameraShape &tShape)
+{
+    char szValue[VALUE_SIZE];
+    if (ptUse->pszInstead == nullptr)
+        return false;
+    const bool bStreams = Has(ptUse->pszInstead, "{index2}");
+    bool bAll = true;
+    for (int32_t iStream = 0; iStream < (bStreams ? tShape.iStreams : 1); ++iStream) {
+        Place tOther = tPlace;
+        if (bStreams) {
+            Enter_Stream(&tOther, tPlace.iChannel, iStream, tShape.iStreams);
+            Read_Mode(&tOther);
+        }
+        bAll = bAll && Look_Up(Fill_Key(ptUse->pszInstead, tOther), ptUse->uSize, szValue) >= KEY_EMPTY;
+    }
+    return bAll;
+}
+
 /// Whether this use of a key concerns the camera at this place.
 static bool Is_Used(const KeyUse *ptUse, const Place &tPlace, const CameraShape &tShape)
 {
     char szValue[VALUE_SIZE];
-    const bool bSound = strncmp(ptUse->pszName, "AudioInput", strlen("AudioInput")) == 0;
+    const bool bSound = Is_Sound(ptUse);
     if (!Is_Announced(ptUse->pszName, tShape))
         return false;
     if (ptUse->pszCodecs != nullptr && tPlace.szCodec[0] != '\0' && !Has(ptUse->pszCodecs, tPlace.szCodec))
@@ -96,8 +126,7 @@ static bool Is_Used(const KeyUse *ptUse, const Place &tPlace, const CameraShape 
     if (ptUse->pszWith != nullptr && (Look_Up(Fill_Key(ptUse->pszWith, tPlace), VALUE_SIZE, szValue) != KEY_FINE ||
                                       strcmp(szValue, ptUse->pszHolds) != 0))
         return false;
-    return ptUse->pszInstead == nullptr ||
-           Look_Up(Fill_Key(ptUse->pszInstead, tPlace), ptUse->uSize, szValue) < KEY_EMPTY;
+    return !Is_Replaced(ptUse, tPlace, tShape);
 }
 
 static void Say_Fault(KeyFault eFault, const KeyUse *ptUse)
@@ -123,7 +152,7 @@ static const char *Get_Advice(KeyFault eFault)
 
 static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
 {
-    if (strncmp(ptUse->pszName, "AudioInput", strlen("AudioInput")) == 0 && tPlace.iInput == PLACE_NONE)
+    if (Is_Sound(ptUse) && tPlace.iInput == PLACE_NONE)
         tPlace.iInput = tPlace.iChannel;
     const char *pszWithout = ptUse->pszWithout != nullptr ? ptUse->pszWithout : "goes on without it";
     const bool bAnswers = strncmp(pszWithout, "answers", strlen("answers")) == 0;
@@ -137,6 +166,7 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
     char szValue[VALUE_SIZE];
     const FilledText tKey = Fill_Key(ptFirst->pszKey, tPlace);
     KeyFault eSaid = KEY_FINE;
+    const char *pszInstead = nullptr;
     bool bUsed = false;
     for (const KeyUse *ptUse = ptFirst; ptUse != ptEnd; ++ptUse) {
         if (!Is_Used(ptUse, tPlace, ptWalk->tShape))
@@ -159,6 +189,7 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
         if (eFault != eSaid)
             Say_Fault(eFault, ptUse);
         eSaid = eFault;
+        pszInstead = ptUse->pszInstead;
         Say_Consequence(eFault, ptUse, tPlace);
         if (eFault == KEY_UNKNOWN)
             break;
@@ -167,7 +198,10 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
     if (eSaid == KEY_FINE)
         return;
     ++ptWalk->iBad;
-    Report_Say("; %s\n", Get_Advice(eSaid));
+    Report_Say("; %s", Get_Advice(eSaid));
+    if (pszInstead != nullptr)
+        Report_Say(", or for %s", Fill_Key(pszInstead, tPlace).szText);
+    Report_Say("\n");
 }
 
 /// Looks at one key wherever the camera has it.
@@ -197,7 +231,7 @@ static void Check_KeyEverywhere(KeyWalk *ptWalk, const KeyUse *ptFirst, const Ke
                            (!Has(pszKey, "{stream}") && !Has(pszKey, "{index2}") && tPlace.iRank > 0)))
                 continue;
             if (Has(pszKey, "{mode}"))
-                Read_Key(tPlace.szMode, sizeof tPlace.szMode, Make_Key("capability_videoin_c%d_mode", i));
+                Read_Mode(&tPlace);
             Check_Key(ptWalk, ptFirst, ptEnd, tPlace);
         }
     }
