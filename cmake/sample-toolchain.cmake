@@ -1,7 +1,7 @@
 # A start for the tool chain of your firmware: copy this file, adapt the four settings below, and build with
 #
 #   cmake -B build/camera -G Ninja -DCMAKE_TOOLCHAIN_FILE=/path/to/your-copy.cmake \
-#         -DCMAKE_BUILD_TYPE=Release -DPARAM_BUILD_HOST_TOOLS=OFF
+#         -DCMAKE_BUILD_TYPE=Release
 #   cmake --build build/camera
 #   DESTDIR=/path/to/rootfs cmake --install build/camera --prefix /usr
 #
@@ -16,6 +16,8 @@ set(cross arm-linux-gnueabi-)
 
 # 3. The processor, as the rest of the firmware is compiled. Thumb code (-mthumb) is smaller where the processor has it.
 #    The float ABI must be that of the C library: -mfloat-abi=soft, softfp or hard.
+#    glibc keeps the square root in a library of its own, libm, which the camera then needs as well, unless the
+#    processor has one (-march=armv7-a -mfpu=vfpv3-d16 -mfloat-abi=softfp); with uClibc and musl it is in the C library.
 set(processor "-march=armv5te -mfloat-abi=soft")
 
 # 4. How to link. Empty: against the camera's shared C library. "-static": nothing is needed on the camera.

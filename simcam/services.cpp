@@ -214,7 +214,7 @@ void Send_Answer(Connection *pConnection, const Fault &fault)
 {
     std::string *pAnswer = &pConnection->answer;
     const bool isSplit = fault.word == "split";
-    const size_t size = std::min(pAnswer->size(), isSplit ? std::max(fault.number, 1UL) : pAnswer->size());
+    const size_t size = std::min(pAnswer->size(), isSplit ? std::max<size_t>(fault.number, 1) : pAnswer->size());
     const ssize_t count = send(pConnection->socket, pAnswer->data(), size, MSG_NOSIGNAL);
     if (count > 0) {
         pAnswer->erase(0, static_cast<size_t>(count));

@@ -18,6 +18,7 @@ ESCAPES = {"r": "\r", "n": "\n", "t": "\t", "\\": "\\"}
 
 def pytest_addoption(parser):
     parser.addoption("--simcam", help="the simulated camera")
+    parser.addoption("--tool", help="camera-check")
     parser.addoption("--models", help="the folder of its models")
     parser.addoption("--emulator", default="", help="what runs the program")
     parser.addoption("--variant", default="native", help='which "only" lines hold')

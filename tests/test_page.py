@@ -89,7 +89,7 @@ def test_find_read_and_change(page):
     page.wait(".message", "Written.", BRIGHTNESS)
     page.wait("#log-lines", "set image_c0_brightnesspercent=61")
     page.enter(BRIGHTNESS, "101")
-    page.wait(".message", "An illegal setting parameter\nThe value is refused; nothing was written. It takes: 0 to 100.", BRIGHTNESS)
+    page.wait(".message", "An illegal setting parameter\nThe value is refused; the camera was told nothing. It takes: 0 to 100.", BRIGHTNESS)
     page.find("#exchange-choice").send_keys(Keys.DOWN)  # from the read back to the write
     page.wait("#exchange-curl", f"printf '%s\\r\\n' '{BRIGHTNESS}=101' | curl --data-binary @- 'http://127.0.0.1:8080/cgi-bin/")
     page.show(STREAM + ".Bitrate")

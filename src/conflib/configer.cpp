@@ -9,11 +9,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static constexpr char CONFIGER_SOCKET[] = "/tmp/configer";
 static constexpr SocketPatience CONFIGER_PATIENCE = {10000}; ///< of each read, however many ran out before
 static constexpr size_t REQUEST_SIZE = 8192;
 static constexpr size_t ECHO_SIZE = 1024;
-static constexpr size_t SET_SIZE = 128;
 
 /// Returns 0, or -1 for a request that the daemon would not understand. A text longer than the buffer is cut.
 static int Format_Request(const ConfigerRequest *ptRequest, char *pszText, size_t uSize)
@@ -109,9 +107,8 @@ int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uRe
     return iResult;
 }
 
-int Set_Configer(const char *pszKey, const char *pszValue)
+int Compose_Set(const char *pszKey, const char *pszValue, char (&szPayload)[CONFIGER_SET_SIZE])
 {
-    char szPayload[SET_SIZE] = "";
     snprintf(szPayload, sizeof szPayload, "%s=%s", pszKey, pszValue);
     const int iLength = static_cast<int>(strlen(szPayload));
     int iDecodedLength = 0;
@@ -120,14 +117,19 @@ int Set_Configer(const char *pszKey, const char *pszValue)
         return -1;
     szPayload[iDecodedLength] = '\0';
     // The daemon takes one key per line: behind a line end the value could name any other key.
-    if (strpbrk(szPayload, "\r\n") != nullptr)
-        return -1;
+    return strpbrk(szPayload, "\r\n") == nullptr ? 0 : -1;
+}
 
+int Set_Configer(const char *pszKey, const char *pszValue)
+{
+    char szPayload[CONFIGER_SET_SIZE];
+    if (Compose_Set(pszKey, pszValue, szPayload) != 0)
+        return -1;
     ConfigerRequest tRequest = {};
     tRequest.iCommand = CONFIGER_SET;
     strcpy(tRequest.szForm, "NameValue");
     tRequest.iArg1 = CONFIGER_ARG1;
     tRequest.pszPayload = szPayload;
-    char acReply[SET_SIZE] = "";
+    char acReply[CONFIGER_SET_SIZE] = "";
     return Configer_Control(&tRequest, acReply, sizeof acReply);
 }

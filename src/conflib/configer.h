@@ -6,6 +6,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+constexpr char CONFIGER_SOCKET[] = "/tmp/configer";
+
 enum ConfigerCommand : int32_t { CONFIGER_GET = 0, CONFIGER_SET = 1, CONFIGER_APPLY = 2 };
 
 /// The first number of every request line that this program sends.
@@ -28,7 +30,11 @@ struct ConfigerRequest {
 /// read. Returns 0, or -1 after the stated message (none when the request itself is refused).
 int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uReplySize);
 
-/// Writes one camera key. Key, "=" and value, cut to 127 characters, are escape-decoded and sent as one set request.
-/// Returns the result of the request; -1 without contacting the daemon when nothing is left after decoding, or when
-/// what is left holds a line feed or a carriage return.
+/// Composes what a set request carries: key, "=" and value, cut to 127 characters and escape-decoded. 0; -1 when
+/// nothing is left after decoding, or when what is left holds a line feed or a carriage return.
+constexpr size_t CONFIGER_SET_SIZE = 128;
+int Compose_Set(const char *pszKey, const char *pszValue, char (&szPayload)[CONFIGER_SET_SIZE]);
+
+/// Writes one camera key. Returns the result of the request; -1 without contacting the daemon when none can be
+/// composed.
 int Set_Configer(const char *pszKey, const char *pszValue);

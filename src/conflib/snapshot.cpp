@@ -12,8 +12,6 @@
 #include <sys/shm.h>
 #include <time.h>
 
-static constexpr char CONFIGER_PROGRAM[] = "/usr/sbin/configer";
-static constexpr int CONFIGER_PROJECT = 99;
 static constexpr char KEY_SEPARATOR = '_';
 static constexpr int32_t SEMAPHORE_PATIENCE_MILLISECONDS = 10000;
 static constexpr int32_t SEMAPHORE_IMPATIENCE_MILLISECONDS = 200;

@@ -14,6 +14,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/// What ftok makes the key of segment and semaphore of.
+constexpr char CONFIGER_PROGRAM[] = "/usr/sbin/configer";
+constexpr int CONFIGER_PROJECT = 99;
+
 /// An element record: nine words, shaped like the XML parser's SXMLElement on the camera.
 struct SnapshotNode {
     uint32_t dwIndex;

@@ -19,8 +19,6 @@ static constexpr size_t NUMBER_SIZE = 512; ///< room for a number whose key has 
 
 // PTZ daemon.
 
-static constexpr char PTZ_PID_FILE[] = "/var/run/ptzcgid.pid";
-static constexpr char PTZ_SOCKET[] = "/tmp/ptzctrl";
 static constexpr int CONNECT_ATTEMPTS = 10;
 static constexpr unsigned int RETRY_SECONDS = 5;
 

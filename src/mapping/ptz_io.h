@@ -6,6 +6,9 @@
 
 #include <stddef.h>
 
+constexpr char PTZ_PID_FILE[] = "/var/run/ptzcgid.pid";
+constexpr char PTZ_SOCKET[] = "/tmp/ptzctrl";
+
 /// What the camera says about PTZ; an unread key counts as 0.
 struct PTZCapability {
     int32_t iEnabled;

@@ -8,15 +8,13 @@
 #include <syslog.h>
 #include <unistd.h>
 
-static constexpr char VERSION[] = "2.0.0.0";
-
 int main(int argc, char *argv[])
 {
     openlog(LOG_IDENTITY, 0, LOG_USER);
     const int iOption = getopt(argc, argv, "v");
     if (iOption != -1) {
         if (iOption == 'v')
-            printf("version: %s\n", VERSION);
+            printf("version: %s\n", PARAM_VERSION);
         return EXIT_FAILURE;
     }
     // A daemon that closes early is an ordinary failure of one item, not the end of the request.

@@ -1,0 +1,271 @@
+#include "check.h"
+#include "key_table.h"
+#include "place.h"
+#include "report.h"
+
+#include "conflib/snapshot.h"
+#include "mapping/camera_key.h"
+#include "param/param_context.h"
+
+#include <stdio.h>
+#include <string.h>
+
+namespace {
+
+/// What is wrong with a key, the worst first.
+enum KeyFault { KEY_UNKNOWN, KEY_MISSING, KEY_TOO_LONG, KEY_EMPTY, KEY_FINE };
+
+constexpr size_t VALUE_SIZE = 512;
+constexpr int32_t UNKNOWN_MAX = 4; ///< more of them say nothing more, and each may cost ten seconds
+
+/// One walk over the table.
+struct KeyWalk {
+    CameraShape tShape;
+    int32_t iLooked;
+    int32_t iBad;
+    int32_t iNotThere;    ///< keys that are only written and that the camera lacks
+    char szNotThere[128]; ///< the first of them
+    int32_t iUnknown;     ///< keys that nobody could tell anything of, each after a wait
+};
+
+} // namespace
+
+static KeyFault Look_Up(const char *pszKey, size_t uSize, char (&szValue)[VALUE_SIZE])
+{
+    memset(szValue, 0, sizeof szValue);
+    switch (Configer_LookUp(pszKey, szValue, uSize)) {
+    case SNAPSHOT_READ:
+        return szValue[0] != '\0' ? KEY_FINE : KEY_EMPTY;
+    case SNAPSHOT_DOES_NOT_FIT:
+        return KEY_TOO_LONG;
+    case SNAPSHOT_NO_SUCH_KEY:
+        return KEY_MISSING;
+    case SNAPSHOT_NOT_LOOKED:
+        break;
+    }
+    return KEY_UNKNOWN;
+}
+
+static bool Has(const char *pszText, const char *pszPlaceholder) { return strstr(pszText, pszPlaceholder) != nullptr; }
+
+/// Whether the camera announces an index for each of a name.
+static bool Is_Announced(const char *pszName, const CameraShape &tShape)
+{
+    const struct {
+        const char *pszIndex;
+        bool bAny;
+    } atIndexes[] = {{"{channel}", tShape.iChannels > 0}, {"{stream}", tShape.iStreams > 0},
+                     {"{window}", tShape.iWindows > 0},   {"{input}", tShape.iInputs > 0},
+                     {"{output}", tShape.iOutputs > 0},   {"{head}", tShape.bPtz},
+                     {"{device}", tShape.bStorage},       {"{line}", false}};
+    bool bAll = true;
+    for (const auto &tIndex : atIndexes)
+        bAll = bAll && (tIndex.bAny || !Has(pszName, tIndex.pszIndex));
+    return bAll;
+}
+
+/// Whether a stream's name is that of the channel's sound: the first stream of these codecs.
+static bool Carries_Sound(const Place &tPlace, const CameraShape &tShape)
+{
+    static constexpr const char *CODECS[] = {"h264", "mpeg4", "h265"};
+    for (const char *pszCodec : CODECS) {
+        for (int32_t iStream = 0; iStream < tShape.iStreams; ++iStream) {
+            Place tOther = tPlace;
+            Enter_Stream(&tOther, tPlace.iChannel, iStream, tShape.iStreams);
+            if (strcmp(tOther.szCodec, pszCodec) == 0)
+                return iStream == tPlace.iStream;
+        }
+    }
+    return tPlace.iStream == 0;
+}
+
+static bool Is_Sound(const KeyUse *ptUse)
+{
+    static constexpr char GROUP[] = "AudioInput";
+    return strncmp(ptUse->pszName, GROUP, sizeof GROUP - 1) == 0;
+}
+
+static void Read_Mode(Place *ptPlace)
+{
+    Read_Key(ptPlace->szMode, sizeof ptPlace->szMode, Make_Key("capability_videoin_c%d_mode", ptPlace->iChannel));
+}
+
+/// Whether another key is read in the place of this one; where that one counts streams, by each of them.
+static bool Is_Replaced(const KeyUse *ptUse, const Place &tPlace, const CameraShape &tShape)
+{
+    char szValue[VALUE_SIZE];
+    if (ptUse->pszInstead == nullptr)
+        return false;
+    const bool bStreams = Has(ptUse->pszInstead, "{index2}");
+    bool bAll = true;
+    for (int32_t iStream = 0; iStream < (bStreams ? tShape.iStreams : 1); ++iStream) {
+        Place tOther = tPlace;
+        if (bStreams) {
+            Enter_Stream(&tOther, tPlace.iChannel, iStream, tShape.iStreams);
+            Read_Mode(&tOther);
+        }
+        bAll = bAll && Look_Up(Fill_Key(ptUse->pszInstead, tOther), ptUse->uSize, szValue) >= KEY_EMPTY;
+    }
+    return bAll;
+}
+
+/// Whether this use of a key concerns the camera at this place.
+static bool Is_Used(const KeyUse *ptUse, const Place &tPlace, const CameraShape &tShape)
+{
+    char szValue[VALUE_SIZE];
+    const bool bSound = Is_Sound(ptUse);
+    if (!Is_Announced(ptUse->pszName, tShape))
+        return false;
+    if (ptUse->pszCodecs != nullptr && tPlace.szCodec[0] != '\0' && !Has(ptUse->pszCodecs, tPlace.szCodec))
+        return false;
+    // A name without an index for the audio input means the first one.
+    if (bSound && tPlace.iInput > 0 && !Has(ptUse->pszName, "{input}") && ptUse->uSize > 0)
+        return false;
+    if (bSound && Has(ptUse->pszKey, "{path}") && (tPlace.iChannel >= tShape.iInputs || !Carries_Sound(tPlace, tShape)))
+        return false;
+    if (ptUse->pszWith != nullptr && (Look_Up(Fill_Key(ptUse->pszWith, tPlace), VALUE_SIZE, szValue) != KEY_FINE ||
+                                      strcmp(szValue, ptUse->pszHolds) != 0))
+        return false;
+    return !Is_Replaced(ptUse, tPlace, tShape);
+}
+
+static void Say_Fault(KeyFault eFault, const KeyUse *ptUse)
+{
+    if (eFault == KEY_TOO_LONG)
+        Report_Say("longer than %d characters; ", ptUse->uSize - 1);
+    else
+        Report_Say(eFault == KEY_MISSING ? "missing; " : eFault == KEY_EMPTY ? "empty; " : "cannot be looked up; ");
+}
+
+static const char *Get_Advice(KeyFault eFault)
+{
+    switch (eFault) {
+    case KEY_TOO_LONG:
+        return "shorten what configer holds for it";
+    case KEY_UNKNOWN:
+        return "look whether it is an alias that leads to itself, who holds the semaphore, and whether configer "
+               "answers";
+    default:
+        return "give configer's settings a value for it";
+    }
+}
+
+static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
+{
+    if (Is_Sound(ptUse) && tPlace.iInput == PLACE_NONE)
+        tPlace.iInput = tPlace.iChannel;
+    const char *pszWithout = ptUse->pszWithout != nullptr ? ptUse->pszWithout : "goes on without it";
+    const bool bAnswers = strncmp(pszWithout, "answers", strlen("answers")) == 0;
+    Report_Say("%s%s%s", Fill_Name(ptUse->pszName, tPlace).szText, bAnswers || eFault == KEY_EMPTY ? " " : ": ",
+               eFault == KEY_EMPTY ? "has nothing to go by" : pszWithout);
+}
+
+/// Looks at one key for all of its uses, from ptFirst up to ptEnd.
+static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEnd, const Place &tPlace)
+{
+    char szValue[VALUE_SIZE];
+    const FilledText tKey = Fill_Key(ptFirst->pszKey, tPlace);
+    KeyFault eSaid = KEY_FINE;
+    const char *pszInstead = nullptr;
+    bool bUsed = false;
+    for (const KeyUse *ptUse = ptFirst; ptUse != ptEnd; ++ptUse) {
+        if (!Is_Used(ptUse, tPlace, ptWalk->tShape))
+            continue;
+        bUsed = true;
+        KeyFault eFault = Look_Up(tKey, ptUse->uSize > 0 ? ptUse->uSize : VALUE_SIZE, szValue);
+        if (eFault == KEY_MISSING && ptUse->uSize == 0 && ptWalk->iNotThere++ == 0)
+            snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
+        // A write needs no value; to ask for it has cost a wait all the same.
+        ptWalk->iUnknown += eFault == KEY_UNKNOWN ? 1 : 0;
+        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0))
+            eFault = KEY_FINE;
+        if (eFault == KEY_FINE || (ptUse->pszWithout == nullptr && eFault != KEY_UNKNOWN) ||
+            (eFault == KEY_EMPTY && eSaid == KEY_EMPTY && strcmp(ptUse->pszName, ptUse[-1].pszName) == 0))
+            continue;
+        if (eSaid == KEY_FINE)
+            Report_BeginBad(tKey);
+        else
+            Report_Say("; ");
+        if (eFault != eSaid)
+            Say_Fault(eFault, ptUse);
+        eSaid = eFault;
+        pszInstead = ptUse->pszInstead;
+        Say_Consequence(eFault, ptUse, tPlace);
+        if (eFault == KEY_UNKNOWN)
+            break;
+    }
+    ptWalk->iLooked += bUsed ? 1 : 0;
+    if (eSaid == KEY_FINE)
+        return;
+    ++ptWalk->iBad;
+    Report_Say("; %s", Get_Advice(eSaid));
+    if (pszInstead != nullptr)
+        Report_Say(", or for %s", Fill_Key(pszInstead, tPlace).szText);
+    Report_Say("\n");
+}
+
+/// Looks at one key wherever the camera has it.
+static void Check_KeyEverywhere(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEnd)
+{
+    const char *pszKey = ptFirst->pszKey;
+    const CameraShape &tShape = ptWalk->tShape;
+    const bool bCodec = Has(pszKey, "{codec}") || Has(pszKey, "{index2}");
+    const bool bChannel = Has(pszKey, "{channel}") || Has(pszKey, "{path}") || bCodec;
+    const bool bStream = Has(pszKey, "{stream}") || Has(pszKey, "{path}") || bCodec;
+    const bool bWindow = Has(pszKey, "{window}");
+    const int32_t iFirst = bChannel                  ? tShape.iChannels
+                           : Has(pszKey, "{input}")  ? tShape.iInputs
+                           : Has(pszKey, "{output}") ? tShape.iOutputs
+                                                     : 1;
+    const int32_t iSecond = bStream ? tShape.iStreams : bWindow ? tShape.iWindows : 1;
+    for (int32_t i = 0; i < iFirst; ++i) {
+        for (int32_t j = 0; j < iSecond && ptWalk->iUnknown < UNKNOWN_MAX; ++j) {
+            Place tPlace = NO_PLACE;
+            (bChannel ? tPlace.iChannel : Has(pszKey, "{input}") ? tPlace.iInput : tPlace.iOutput) = i;
+            if (bWindow)
+                tPlace.iWindow = j;
+            if (bStream)
+                Enter_Stream(&tPlace, i, j, tShape.iStreams);
+            // What is kept for a codec is one key for all streams of it.
+            if (bCodec && (tPlace.szCodec[0] == '\0' ||
+                           (!Has(pszKey, "{stream}") && !Has(pszKey, "{index2}") && tPlace.iRank > 0)))
+                continue;
+            if (Has(pszKey, "{mode}"))
+                Read_Mode(&tPlace);
+            Check_Key(ptWalk, ptFirst, ptEnd, tPlace);
+        }
+    }
+}
+
+static void Check_Shape(const CameraShape &tShape)
+{
+    if (tShape.iChannels < 1 || tShape.iChannels > VIDEO_CHANNEL_MAX || tShape.iStreams < 1)
+        Report_Bad(
+            "shape",
+            "%d video inputs with %d streams each, but what a platform can use is 1 to %d and at least one stream; "
+            "the keys capability_nvideoin and capability_nmediastream tell",
+            tShape.iChannels, tShape.iStreams, VIDEO_CHANNEL_MAX);
+    else
+        Report_Good("shape", "%d video inputs with %d streams and %d motion windows each, codecs %s, %d audio inputs",
+                    tShape.iChannels, tShape.iStreams, tShape.iWindows, tShape.szCodecs, tShape.iInputs);
+}
+
+void Check_Keys()
+{
+    KeyWalk tWalk = {Read_Shape(), 0, 0, 0, "", 0};
+    Check_Shape(tWalk.tShape);
+    for (const KeyUse *ptFirst = g_atKeyUse; ptFirst->pszKey != nullptr && tWalk.iUnknown < UNKNOWN_MAX;) {
+        const KeyUse *ptEnd = ptFirst;
+        while (ptEnd->pszKey != nullptr && strcmp(ptEnd->pszKey, ptFirst->pszKey) == 0)
+            ++ptEnd;
+        Check_KeyEverywhere(&tWalk, ptFirst, ptEnd);
+        ptFirst = ptEnd;
+    }
+    if (tWalk.iUnknown >= UNKNOWN_MAX && tWalk.iBad > 0)
+        Report_Bad("keys", "the rest is not looked at; see to those first that cannot be looked up");
+    else if (tWalk.iBad == 0)
+        Report_Good("keys", "%d that parameters look at, each with a value that fits", tWalk.iLooked);
+    if (tWalk.iNotThere > 0)
+        Report_Good("written keys", "%d are not there, the first %s; a write tells configer all the same",
+                    tWalk.iNotThere, tWalk.szNotThere);
+}
