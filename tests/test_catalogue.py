@@ -229,7 +229,7 @@ def test_sources(start, row, entry):
             assert device.read(name) == (missing["answer"] if isinstance(missing, dict) else known[missing])
 
     is_cut = "key" in entry and not isinstance(missing, dict)
-    for lacking in [changes(entry, values, None)] + [changes(entry, values, "1" * entry.get("size", 512))] * is_cut:
+    for lacking in [changes(entry, values, None)] + [changes(entry, values, "1".rjust(entry.get("size", 512), "0"))] * is_cut:
         with start(RICH, *base, *lacking, *instead) as device:
             (write_without if purpose == "write" else read_without)(device)
     if purpose == "answer":

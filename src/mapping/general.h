@@ -9,7 +9,7 @@
 /// all zeros.
 int Catch_MAC(char *pszAddress, size_t uSize);
 
-/// Takes exactly "true" and "false", as "1" and "0": the check of every switch with these words and no condition.
+/// Takes exactly "true" and "false", as "1" and "0". Motion windows have the same check.
 MappingRoutine Check_Dhcp_Value_Routine;
 
 /// Records of the parameter table, one below its routines each.

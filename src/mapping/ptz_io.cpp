@@ -279,8 +279,9 @@ static int Ask_Analytics(ParamContext *ptContext, const char *pcRequest, size_t 
                          size_t uReplySize)
 {
     const bool bSent = send(ptContext->iAnalyticsSocket, pcRequest, uRequestSize, 0) >= 0;
-    const ssize_t lReceived =
-        bSent ? Socket_Receive(ptContext->iAnalyticsSocket, pcReply, uReplySize, &g_tAnalyticsPatience) : -1;
+    const ssize_t lReceived = bSent && uReplySize > 0 ? Socket_Receive(ptContext->iAnalyticsSocket, pcReply, uReplySize,
+                                                                       &g_tAnalyticsPatience)
+                                                      : -1;
     Close_Analytics(ptContext);
     if (lReceived < 0) {
         syslog(LOG_CRIT, "%s", bSent ? "TCP Socket revc failed\n" : "TCP Socket send failed\n");

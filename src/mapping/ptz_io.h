@@ -53,7 +53,8 @@ int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char
 /// The analytics service, one connection per question. Each returns 0, or -1 after a line in the system log; the
 /// connection is closed behind a question, and when it could not be made. A question is sent as a whole zero-padded
 /// buffer. What one receive brings, at most uSize bytes, is the answer, without a terminator: hand in a zeroed buffer
-/// with one byte more. The first sends from the buffer that it receives into.
+/// with one byte more. Without room for an answer none is waited for, and the question has failed. The first sends from
+/// the buffer that it receives into.
 int Quorvex_TCPSocketClient(ParamContext *ptContext);
 int Quorvex_GetPeopleCount_Value(ParamContext *ptContext, char *pcBuffer, size_t uSize);
 int QuorvexEvent_GetSmartVCA_Value(ParamContext *ptContext, char *pcReply, size_t uSize);

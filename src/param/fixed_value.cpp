@@ -1,5 +1,5 @@
-/// Parameters that are a constant, or one camera key that is read and written without conversion: no check guards it,
-/// so the platform sends the camera's own form. All of them ignore the indexes.
+/// Parameters that are a constant, or one camera key that is read and written without conversion: no check refuses
+/// anything, so the platform sends the camera's own form. All of them ignore the indexes.
 #include "param/fixed_value.h"
 
 #include "mapping/camera_key.h"

@@ -1,6 +1,6 @@
 /// The request context: one zero-filled record per run, owned by main and handed to every state routine and mapping
-/// routine. What else outlives a routine stays in its file: the PTZ command groups, and how long a service that hangs
-/// may still be waited for.
+/// routine. What else outlives a routine stays in its file, such as the PTZ command groups and how long a service that
+/// hangs may still be waited for.
 #pragma once
 
 #include <stdint.h>

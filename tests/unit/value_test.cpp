@@ -306,3 +306,20 @@ TEST(Configer, AppliesAndEchoesTheWholeAnswer)
     close(aiEnd[1]);
     g_iDaemon = -1;
 }
+
+TEST(Analytics, WithoutRoomForAnAnswerTheQuestionHasFailed)
+{
+    for (const auto pfnAsk : {Quorvex_GetPeopleCount_Value, QuorvexEvent_GetSmartVCA_Value}) {
+        int aiEnd[2];
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
+        ParamContext tContext = {};
+        tContext.iAnalyticsSocket = aiEnd[1];
+        char cBuffer = 'a';
+        g_astrLog.clear();
+        EXPECT_EQ(pfnAsk(&tContext, &cBuffer, 0), -1);
+        EXPECT_EQ(g_astrLog, std::vector<std::string>{"2 TCP Socket revc failed\n"});
+        EXPECT_EQ(close(aiEnd[1]), -1) << "the connection is still there";
+        EXPECT_EQ(cBuffer, 'a');
+        close(aiEnd[0]);
+    }
+}
