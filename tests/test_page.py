@@ -168,6 +168,13 @@ def test_what_a_camera_says_is_text_and_fits_a_phone(page):
     """) == "Camera parameters0"
 
 
+def test_the_server_forbids_scripts_in_markup(page):
+    page.start("dome")
+    assert page.driver.execute_async_script("""
+        document.addEventListener("securitypolicyviolation", (event) => arguments[0](event.effectiveDirective));
+        document.body.insertAdjacentHTML("beforeend", "<b onclick='location = 1'></b>");""") == "script-src-attr"
+
+
 # In place of a server that cuts its answers, and that has neither log nor control.
 HALF = r"""const text = "connect failed!\r\nGeneral.UnitName=<b>half</b>\r\nGeneral.FirmwareVersion=KL", load = fetch;
 fetch = async (url) => url.includes("/camera") ? new Response("", {status: 404}) : !url.includes(".cgi") ? load(url) :
