@@ -143,7 +143,7 @@ def test_a_motion_window_by_mouse_and_by_keyboard(page):
     wide, high = canvas.size["width"], canvas.size["height"]
     ActionChains(page.driver, 0).move_to_element_with_offset(canvas, 2 - wide // 2, 2 - high // 2).click_and_hold().move_by_offset(
         wide // 4, high // 2).release().perform()  # from near the upper left corner
-    canvas.send_keys(Keys.ARROW_DOWN, Keys.ARROW_LEFT, Keys.SHIFT, *[Keys.ARROW_LEFT] * 4)
+    canvas.send_keys(Keys.SHIFT, *[Keys.ARROW_LEFT] * 4, Keys.NULL, Keys.ARROW_DOWN, Keys.ARROW_LEFT)
     page.find("button[type=submit]", POSITION).click()
     page.wait(".message", "Written.", POSITION)
     fields = page.driver.find_elements("css selector", f"[data-name='{POSITION}'] input")
