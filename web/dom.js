@@ -18,13 +18,11 @@ export function say(element, text) {
     if (element.textContent !== text) element.textContent = text;
 }
 
-export async function copy(text, button) {
+// Copies what an element says or, where the browser forbids that, as on http:// beyond this machine, selects it.
+export async function copy(element, button) {
     const label = button.textContent;
-    try {
-        await navigator.clipboard.writeText(text);
-        button.textContent = "Copied";
-    } catch {
-        button.textContent = "The browser forbids it"; // as it does on http:// beyond this machine
-    }
+    getSelection().selectAllChildren(element);
+    const copied = navigator.clipboard?.writeText(element.textContent) ?? Promise.reject();
+    button.textContent = await copied.then(() => "Copied", () => "Selected");
     setTimeout(() => (button.textContent = label), 1500);
 }

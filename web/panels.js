@@ -25,7 +25,7 @@ export function showExchanges(camera) {
         find("exchange-reply").textContent = reply || "(nothing)";
     };
     choice.addEventListener("change", show);
-    find("exchange-copy").addEventListener("click", (event) => chosen() && copy(curlOf(chosen()), event.target));
+    find("exchange-copy").addEventListener("click", (event) => copy(find("exchange-curl"), event.target));
     camera.addEventListener("exchange", () => {
         choice.replaceChildren(...camera.exchanges.map((done) => h("option", {}, titleOf(done))));
         show();

@@ -12,7 +12,8 @@ const signButton = (sign, label, attributes) =>
 
 export class Row {
     constructor(parameter, catalogue, camera, onRemove) {
-        Object.assign(this, { parameter, catalogue, camera, id: `row-${++rowCount}`, outcome: null, isEdited: false });
+        Object.assign(this, { parameter, catalogue, camera, id: `row-${++rowCount}`, outcome: null, isEdited: false,
+                              isSending: false });
         this.widget = parameter.isWritable ? makeWidget(parameter, camera, this.id) : null;
         this.element = this.build(onRemove);
         this.update();
@@ -99,17 +100,18 @@ export class Row {
     async write() {
         const { camera, parameter: { name, type } } = this;
         const value = writeForm(type, this.widget.get());
-        this.set.disabled = true;
-        this.outcome = { text: "Sending…" };
+        Object.assign(this, { isSending: true, outcome: { text: "Sending…" } });
         this.update();
         const answer = await camera.write(name, value);
+        this.isSending = false;
         const reads = camera.get(name);
         if (answer.value === undefined) this.outcome = { ...answer, isBad: true };
         else if (reads === undefined) this.outcome = { text: "Accepted, but it cannot be read back.", isBad: true };
         else if (reads === readForm(type, value)) this.outcome = { text: "Written.", ...answer };
         else this.outcome = { text: `Accepted, reads ${reads || "an empty text"}.`, ...answer };
-        // A refused value stays in its field, to be corrected; a switch has no such state.
-        this.isEdited = this.outcome.isBad && type.kind !== "boolean";
+        // A refused value stays in its field to be corrected, as does what was typed meanwhile. A switch has neither.
+        const isOther = writeForm(type, this.widget.get()) !== value;
+        this.isEdited = type.kind !== "boolean" && Boolean(this.outcome.isBad || isOther);
         this.update();
     }
 
@@ -120,7 +122,7 @@ export class Row {
         this.element.classList.toggle("asking", camera.asking.has(parameter.name));
         this.element.classList.toggle("edited", this.isEdited);
         if (widget) {
-            this.set.disabled = !this.isEdited;
+            this.set.disabled = !this.isEdited || this.isSending;
             say(this.hint, widget.hint());
             if (!this.isEdited) widget.show(reading?.value ?? "");
         }
