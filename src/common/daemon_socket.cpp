@@ -26,14 +26,19 @@ int Socket_LimitWait(int iSocket, SocketPatience tPatience)
 /// Makes a call that the socket option iOption limits, again as often as a signal interrupts it.
 template <typename TCall> static ssize_t Call_InTime(int iSocket, int iOption, SocketPatience *ptPatience, TCall tCall)
 {
-    const uint32_t dwDeadline = Deadline_After(ptPatience->iMilliseconds);
+    const int32_t iLimit = ptPatience->iMilliseconds;
+    const uint32_t dwDeadline = Deadline_After(iLimit);
     ssize_t lResult = tCall();
-    while (lResult < 0 && errno == EINTR) {
+    int iError = errno;
+    while (lResult < 0 && iError == EINTR) {
         Set_Limit(iSocket, iOption, Deadline_Left(dwDeadline));
         lResult = tCall();
+        iError = errno;
+        Set_Limit(iSocket, iOption, iLimit);
     }
-    if (lResult < 0 && (errno == EAGAIN || errno == EINPROGRESS || errno == EALREADY))
+    if (lResult < 0 && (iError == EAGAIN || iError == EINPROGRESS || iError == EALREADY))
         *ptPatience = SOCKET_IMPATIENCE;
+    errno = iError;
     return lResult;
 }
 

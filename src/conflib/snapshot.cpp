@@ -319,8 +319,7 @@ SnapshotOutcome Configer_LookUp(const char *pszXPath, char *pszOutput, size_t uS
     const bool bAskDaemon = tText.pc != nullptr && tText.uLength == 0 && IfGetOnce(&tSegment, dwValue) == 1;
     if (tText.pc == nullptr || tSegment.bDamaged) {
         Detach_Segment(&tSegment);
-        Give_Semaphore(iSemaphore);
-        return tSegment.bDamaged ? SNAPSHOT_NOT_LOOKED : SNAPSHOT_NO_SUCH_KEY;
+        return Give_Semaphore(iSemaphore) == 0 && !tSegment.bDamaged ? SNAPSHOT_NO_SUCH_KEY : SNAPSHOT_NOT_LOOKED;
     }
     const size_t uCopied = tText.uLength < uSize ? tText.uLength : uSize;
     memcpy(pszOutput, tText.pc, uCopied);

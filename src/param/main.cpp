@@ -17,8 +17,10 @@ int main(int argc, char *argv[])
             printf("version: %s\n", PARAM_VERSION);
         return EXIT_FAILURE;
     }
-    // A daemon that closes early is an ordinary failure of one item, not the end of the request.
+    // A daemon that closes early, or a file that may not grow, is an ordinary failure of one item, not the end of the
+    // request.
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
 
     // Static storage begins zero-filled: the kernel does it anyway.
     static ParamContext s_tContext;
