@@ -168,11 +168,13 @@ def test_what_a_camera_says_is_text_and_fits_a_phone(page):
     """) == "Camera parameters0"
 
 
-def test_the_server_forbids_scripts_in_markup(page):
+def test_the_server_forbids_scripts_in_markup_and_in_replies(page):
     page.start("dome")
     assert page.driver.execute_async_script("""
         document.addEventListener("securitypolicyviolation", (event) => arguments[0](event.effectiveDirective));
         document.body.insertAdjacentHTML("beforeend", "<b onclick='location = 1'></b>");""") == "script-src-attr"
+    assert page.driver.execute_async_script("""
+        fetch("/cgi-bin/param.cgi").then((reply) => arguments[0](reply.headers.get("X-Content-Type-Options")));""") == "nosniff"
 
 
 # In place of a server that cuts its answers, and that has neither log nor control.
