@@ -7,7 +7,7 @@
 //   analytics GET /PATH BYTES   an HTTP request: method and path, and the bytes that had come when it was complete
 //   log PRIORITY TEXT           a message of param.cgi to the system logger; any other datagram is "log raw TEXT"
 //   bad TEXT                    anything else that came to the configuration daemon
-//   change LINES                a change of the camera (control.h)
+//   change LINES                a change that was asked of the camera (control.h); its answer tells whether it was made
 //   semaphore N, attached N     on exit: the semaphore's value, and how many still have the snapshot attached, unless
 //                               everything was given back
 #pragma once

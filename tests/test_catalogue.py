@@ -284,11 +284,14 @@ def test_a_name_that_begins_another(start):
         assert device.ask("POST", "\r\n".join([*lines[::-1], ""])) == lines[::-1]
 
 
+def run_conform(device, path, *options):
+    start_server(device.emulator)
+    return subprocess.run([TREE / "script/conform", "http://127.0.0.1:8080" + path, *options], capture_output=True, text=True)
+
+
 def conform(device, *options):
     """The exit status, and the names that are said to be wrong."""
-    start_server(device.emulator)
-    done = subprocess.run([TREE / "script/conform", "http://127.0.0.1:8080/cgi-bin/param.cgi", *options],
-                          capture_output=True, text=True)
+    done = run_conform(device, "/cgi-bin/param.cgi", *options)
     found = re.findall(r"^([A-Z]\S+)\n {4}.*\n {4}.*curl ", done.stdout, re.MULTILINE)
     assert done.stderr == "" and f" {len(found)} wrong\n" in done.stdout
     return done.returncode, found
@@ -313,6 +316,12 @@ def test_conform(start, model):
 def test_conform_finds(start, change, names, options):
     with start("dome", change) as device:
         assert conform(device, *options) == (1, names)
+
+
+def test_conform_is_told_another_page(start):
+    with start("dome") as device:
+        done = run_conform(device, "/")
+        assert (done.returncode, done.stdout) == (2, "") and "CompanyName is not answered. Does the address" in done.stderr
 
 
 def test_counts_that_disagree(start):
