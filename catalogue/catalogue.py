@@ -200,7 +200,7 @@ class Camera:
         for batch in [plain[i:i + SAFE_ITEMS] for i in range(0, len(plain), SAFE_ITEMS)] + [[name] for name in alone]:
             lines = self.exchange(batch)
             if len(lines) != len(batch):
-                self.garbled.append((batch[0], f"with what was asked in one request, {len(batch)} parameters, is answered by {len(lines)} lines"))
+                self.garbled.append((batch[0], f"asked in a request for {len(batch)} names, is answered by {len(lines)} lines"))
             for name, line in itertools.zip_longest(batch, lines[:len(batch)], fillvalue=""):
                 self.answers[name] = self.take(name, line, name in alone)
 
