@@ -13,7 +13,7 @@ import time
 import pytest
 
 from camera import CAMERA_WELL, Camera, start_request, wait_until
-from test_load import SIDE_FOLDER, read, start_read, start_write, take_reply, write
+from test_load import SIDE_FOLDER, read, start_read, start_write, take_reply
 
 NAMES = [f"VideoInput.{channel}.{name}" for channel in range(1, 5) for name in (
     "Brightness", "Contrast", "h264.1.GopSize", "Motion.ROI.2.MotionOnThreshold", "Storage.DeviceNum")]
