@@ -139,6 +139,7 @@ def test_a_motion_window_by_mouse_and_by_keyboard(page):
     for search in (STREAM + ".Bitrate", STREAM + ".Resolution", BRIGHTNESS, POSITION):
         page.show(search)
     page.enter(BRIGHTNESS, "101")
+    page.wait(".message", "An illegal", BRIGHTNESS)  # which moves the window down, away from under a pointer
     page.wait_value(POSITION, "1", "label:nth-child(3) input")
     canvas = page.find("canvas", POSITION)
     wide, high = canvas.size["width"], canvas.size["height"]
