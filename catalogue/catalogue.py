@@ -12,11 +12,6 @@ import xml.etree.ElementTree
 FOLDER = pathlib.Path(__file__).resolve().parent
 TABLE = FOLDER.parent / "src/param/dispatch_table.cpp"
 
-# How many items one read can always carry; protocol.md tells why.
-SAFE_ITEMS = 7
-# The highest index asked for, whatever a camera announces: one of three digits takes the place of part of the name.
-INDEX_MAX = 99
-
 # A row of the parameter table. The template has "%d" for indexes; the codec is the platform's word, or None.
 Row = collections.namedtuple("Row", "template record codec")
 TableRow = collections.namedtuple("TableRow", "template writable indexes")
@@ -90,7 +85,8 @@ def announced(catalogue, row, get):
     for index in index_names(row.record):
         bound = catalogue["indexes"][index]["bound"]
         found = [{**indexes, index: number} for indexes in found
-                 for number in range(1, 1 + min(INDEX_MAX, to_number(get(fill(bound, {"codec": row.codec, **indexes})))))]
+                 for number in range(1, 1 + min(catalogue["limits"]["index"]["max"],
+                                                to_number(get(fill(bound, {"codec": row.codec, **indexes})))))]
     return found
 
 
@@ -190,6 +186,7 @@ class Camera:
 
     def __init__(self, catalogue, exchange):
         self.exchange, self.answers, self.garbled = exchange, {}, []
+        self.room = catalogue["limits"]["items"]["max"]
         # An XML answer takes the names from all that follow.
         self.alone = {row.template for row in expand(catalogue) if row.record["type"].get("of") == "xml"}
 
@@ -197,7 +194,7 @@ class Camera:
         names = [name for name in dict.fromkeys(names) if name not in self.answers]
         alone = [name for name in names if re.sub(r"\.\d+", ".%d", name) in self.alone]
         plain = [name for name in names if name not in alone]
-        for batch in [plain[i:i + SAFE_ITEMS] for i in range(0, len(plain), SAFE_ITEMS)] + [[name] for name in alone]:
+        for batch in [plain[i:i + self.room] for i in range(0, len(plain), self.room)] + [[name] for name in alone]:
             lines = self.exchange(batch)
             if len(lines) != len(batch):
                 self.garbled.append((batch[0], f"asked in a request for {len(batch)} names, is answered by {len(lines)} lines"))
