@@ -13,7 +13,7 @@
 #include "mapping/ptz_io.h"
 #include "mapping/video.h"
 #include "param/param_state.h"
-#include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_value.h"
 
 #include <errno.h>
 #include <stdarg.h>
@@ -56,30 +56,13 @@ int Set_Configer(const char *pszKey, const char *pszValue)
 
 // Side files and the capability file.
 
-static char *Take_Stored()
+char *Read_SideText(const SidePlace &)
 {
     char szText[600] = "";
     return Take_Answer(szText, sizeof szText - 1) < 0 ? nullptr : strdup(szText);
 }
 
-static int Store() { return Fails('o') ? -1 : 0; }
-
-char *Get_NTPInterval_from_QuorvexXML() { return Take_Stored(); }
-char *Get_StorageDeviceNum_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_MotionROI_Window_from_QuorvexXML(int32_t, int32_t) { return Take_Stored(); }
-char *Get_MotionROI_Threshold_from_QuorvexXML(int32_t, int32_t) { return Take_Stored(); }
-char *Get_VideoContrast_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoBrightness_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoSaturation_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoGOP_from_QuorvexXML(int32_t, int32_t, const char *) { return Take_Stored(); }
-int Set_NTPInterval_from_QuorvexXML(int32_t) { return Store(); }
-int Set_StorageDeviceNum_from_QuorvexXML(int32_t) { return Store(); }
-int Set_MotionROI_Window_to_QuorvexXMLFile(int32_t, int32_t, const char *) { return Store(); }
-int Set_MotionROI_Threshold_to_QuorvexXMLFile(int32_t, int32_t, int32_t) { return Store(); }
-int Set_VideoContrast_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoBrightness_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoSaturation_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoGOP_to_QuorvexXMLFile(int32_t, int32_t, const char *, int32_t) { return Store(); }
+int Store_SideText(const SidePlace &, const char *) { return Fails('o') ? -1 : 0; }
 
 int Get_Range_FromCDF(const char *, QuorvexFloatRange *ptRange, int32_t)
 {
