@@ -27,8 +27,9 @@ static constexpr char USAGE[] =
 static void Check_All()
 {
     Check_Caller();
-    if (Check_Daemon()) {
-        Check_Keys();
+    const DaemonHealth tDaemon = Check_Daemon();
+    if (tDaemon.bReadable) {
+        Check_Keys(tDaemon);
         Check_Files();
         Check_Ptz();
     } else {
@@ -56,10 +57,12 @@ int main(int argc, char *argv[])
     // The libraries' own lines would stand in the camera's log as if requests had failed.
     openlog("camera-check", 0, LOG_USER);
     setlogmask(LOG_MASK(LOG_DEBUG));
-    if (Report_Open() != 0)
+    if (Report_Open() != 0) {
+        perror("camera-check: standard output");
         return EXIT_USAGE;
+    }
     if (bCgi)
-        Report_Say("Content-type: text/plain\r\n\r\n");
+        Report_SayPlain("Content-type: text/plain\r\n\r\n");
     int iResult = EXIT_SUCCESS;
     if (bExplain)
         iResult = Explain(argv[2]);
