@@ -43,6 +43,10 @@ static void Put_Escaped(FILE *ptFile, const char *pcText, size_t uLength)
     }
 }
 
+__attribute__((format(printf, 2, 0))) static void Put_Piece(FILE *ptFile, const char *pszFormat, va_list tArguments);
+__attribute__((format(printf, 3, 0))) static void Put_Line(const char *pszKind, const char *pszWhat,
+                                                           const char *pszFormat, va_list tArguments);
+
 /// Puts a piece of a line. Only a line feed that ends the format ends the line.
 static void Put_Piece(FILE *ptFile, const char *pszFormat, va_list tArguments)
 {

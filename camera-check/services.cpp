@@ -5,9 +5,10 @@
 #include "report.h"
 #include "snapshot_tree.h"
 
-#include "common/deadline.h"
 #include "common/int32.h"
+#include "common/wait.h"
 #include "conflib/configer.h"
+#include "conflib/semaphore.h"
 #include "mapping/camera_key.h"
 #include "mapping/general.h"
 #include "mapping/ptz_io.h"
@@ -119,7 +120,7 @@ static int Check_Semaphore(key_t tKey)
                    static_cast<unsigned int>(tKey), strerror(errno));
         return -1;
     }
-    if (Take_InTime(iSemaphore) == 0) {
+    if (Take_Semaphore(iSemaphore) == 0) {
         const int iLeft = semctl(iSemaphore, 0, GETVAL);
         if (iLeft > 0)
             Report_Bad("semaphore",
@@ -183,7 +184,7 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
     const bool bCopied = bAttached && shmctl(iSegment, IPC_STAT, &tStatus) == 0 &&
                          Copy_Segment(pSegment, tStatus.shm_segsz, &tCopy) == 0;
     if (iSemaphore != -1)
-        Give(iSemaphore);
+        Give_Semaphore(iSemaphore);
     if (bAttached)
         shmdt(pSegment);
     if (iSegment == -1) {
@@ -220,7 +221,7 @@ static FilledText Choose_Probe(bool bReadable, char *pszValue, size_t uSize)
     FilledText tKey = {"capability_nvideoin"};
     SnapshotOutcome eOutcome = bReadable ? Configer_LookUp(tKey, pszValue, uSize) : SNAPSHOT_NO_SUCH_KEY;
     for (const KeyUse *ptUse = g_atKeyUse; bReadable && ptUse->pszKey != nullptr; ++ptUse) {
-        if (eOutcome == SNAPSHOT_NOT_LOOKED || (eOutcome == SNAPSHOT_READ && pszValue[0] != '\0'))
+        if (eOutcome == SNAPSHOT_UNAVAILABLE || (eOutcome == SNAPSHOT_READ && pszValue[0] != '\0'))
             break;
         if (strchr(ptUse->pszKey, '{') != nullptr)
             continue;
@@ -263,10 +264,10 @@ static bool Check_Socket(bool bReadable)
     int iError = 0;
     for (int iTry = 0; iTry < 2; ++iTry) {
         tKey = Choose_Probe(bReadable, szValue, sizeof szValue);
-        const uint32_t dwStart = Deadline_After(0);
+        const Wait tWait = Begin_Wait(WAIT_DAEMON);
         iResult = Ask_Configer(tKey, szReply, sizeof szReply);
         iError = errno;
-        iSeconds = static_cast<int32_t>(Deadline_After(0) - dwStart) / 1000;
+        iSeconds = End_Wait(tWait) / 1000;
         if (iResult != 0 || strcmp(szReply, szValue) == 0)
             break;
     }

@@ -12,7 +12,7 @@ import urllib.request
 
 import pytest
 
-from camera import CAMERA_WELL, Camera, Program, start_request, start_server
+from camera import CAMERA_WELL, PROGRAM, Camera, Program, start_request, start_server
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "catalogue"))
 import catalogue as book  # noqa: E402
@@ -194,7 +194,7 @@ def test_behind_a_web_server(start, check, pytestconfig):
         body = reply.read().decode()
         assert reply.headers["Content-Type"] == "text/plain" and "good  environment: SERVER_ADDR=127.0.0.1\n" in body
         assert bad_lines((body, "exit 0")) == []
-        assert check("--record", env={"REQUEST_METHOD": "GET"})[0].startswith("good  user: ")
+        assert check("--record", env={"REQUEST_METHOD": "GET"})[0].startswith("good  version: ")
     os.unlink(program)
 
 
@@ -235,6 +235,11 @@ def test_a_recorded_camera_answers_alike(start, check, pytestconfig, tmp_path, m
     with start(str(played)):
         assert check("--record")[0] == re.sub("# left out, .*\n", "", recorded), "something is lost, or out of order"
         assert answers() == before
+
+
+def test_versions(check):
+    assert re.fullmatch(rf"camera-check (2[.\d]+, build \S+)\n{PROGRAM}: \1\n", check("--version")[0])
+    assert check("--version", CONFIGER)[0].endswith(": unknown\n")
 
 
 def test_a_tree_that_is_empty(start, check):
