@@ -399,8 +399,8 @@ void Check_Ptz()
                    PTZ_SOCKET, lReceived == 0 ? "it closes the connection" : "the answer has none");
     else
         Report_Bad("PTZ daemon",
-                   "no version on %s (%s); each request asks it, for 45 seconds when it refuses connections and for 30 "
-                   "when it hangs; start it again, or set capability_ptzenabled to 0",
+                   "no version on %s (%s); each request asks it, for 45 seconds when nobody listens and for 30 when it "
+                   "hangs; start it again, or set capability_ptzenabled to 0",
                    PTZ_SOCKET, strerror(iError));
 }
 
