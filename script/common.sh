@@ -25,17 +25,17 @@ fail() {
 
 readonly camera_log=/var/log/camera.log camera_messages=/var/log/simcam.messages
 
-# start_camera ARGUMENT...: starts the simulated camera of the release build with these arguments. It is ready then.
+# start_camera SIMCAM ARGUMENT...: starts the simulated camera, the program SIMCAM, and returns when it is ready.
 start_camera() {
-    "$tree/build/release/simcam/simcam" --log "$camera_log" "$@" 2>"$camera_messages" &
+    "$1" --log "$camera_log" "${@:2}" 2>"$camera_messages" &
     camera=$!
     until grep -qs '^simcam: ready$' "$camera_messages"; do
-        kill -0 "$camera" 2>/dev/null || fail "simcam: $(cat "$camera_messages")"
+        kill -0 "$camera" 2>/dev/null || fail "$(cat "$camera_messages")"
         sleep 0.01
     done
 }
 
 stop_camera() {
     kill -TERM "$camera"
-    wait "$camera" || fail "simcam: $(cat "$camera_messages")"
+    wait "$camera" || fail "$(cat "$camera_messages")"
 }
