@@ -5,7 +5,7 @@
 
 #include "conflib/cdf_range.h"
 #include "conflib/xml_file.h"
-#include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_image.h"
 
 #include <errno.h>
 #include <fcntl.h>

@@ -1,33 +1,23 @@
 // Stands between the mapping routines and the camera: what they read is shown when somebody asks for it, what they
-// would write is shown and never written. The build gives the real functions, of which these take the place, names that
-// begin with "Real_".
+// would write is shown and never written. Keys and ranges: the build gives the real functions, of which these take the
+// place, names that begin with "Real_". Side files: the door (side_value.h) is this file's, so that no setter of any
+// parameter can write one; the real one is not in the program.
 #include "explain.h"
 #include "key_table.h"
-#include "place.h"
 #include "report.h"
 
 #include "conflib/cdf_range.h"
 #include "conflib/configer.h"
 #include "conflib/snapshot.h"
-#include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_image.h"
+#include "sidestore/side_value.h"
 
-#include <errno.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #define REAL(Name) decltype(Name) Real_##Name
 REAL(Configer_LookUp);
 REAL(Get_Range_FromCDF);
-REAL(Get_NTPInterval_from_QuorvexXML);
-REAL(Get_StorageDeviceNum_from_QuorvexXML);
-REAL(Get_MotionROI_Window_from_QuorvexXML);
-REAL(Get_MotionROI_Threshold_from_QuorvexXML);
-REAL(Get_VideoContrast_from_QuorvexXML);
-REAL(Get_VideoBrightness_from_QuorvexXML);
-REAL(Get_VideoSaturation_from_QuorvexXML);
-REAL(Get_VideoGOP_from_QuorvexXML);
 #undef REAL
 
 static bool g_bShown;
@@ -91,35 +81,20 @@ int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t 
 
 // Side files.
 
-static Place At(int32_t iChannel, int32_t iWindow = PLACE_NONE)
+static void Say_Place(const char *pszVerb, const SidePath &tPath)
 {
-    Place tPlace = NO_PLACE;
-    tPlace.iChannel = iChannel;
-    tPlace.iWindow = iWindow;
-    return tPlace;
+    Report_Say("  %s  ", pszVerb);
+    for (int iTag = 0; iTag < tPath.iTags; ++iTag)
+        Report_Say(iTag == 0 ? "%s" : "/%s", tPath.aszTag[iTag]);
+    Report_Say(" in %s", g_apszSideFile[tPath.eFile]);
 }
 
-static Place At_Stream(int32_t iChannel, int32_t iStream, const char *pszCodec)
+char *Read_SideText(const SidePlace &tPlace)
 {
-    Place tPlace = At(iChannel);
-    tPlace.iStream = iStream;
-    snprintf(tPlace.szCodec, sizeof tPlace.szCodec, "%s", pszCodec);
-    return tPlace;
-}
-
-static const char *Get_File(const char *pszElement)
-{
-    const SideElement *ptElement = g_atSideElement;
-    while (ptElement->pszFile != nullptr && strcmp(ptElement->pszElement, pszElement) != 0)
-        ++ptElement;
-    return ptElement->pszFile;
-}
-
-static char *Show_Read(const char *pszElement, const Place &tPlace, char *pszText)
-{
+    char *pszText = Find_SideText(tPlace);
     if (!g_bShown)
         return pszText;
-    Report_Say("  side  %s in %s", Fill_Key(pszElement, tPlace).szText, Get_File(pszElement));
+    Say_Place("side", Make_SidePath(tPlace));
     if (pszText == nullptr) {
         Report_Say(": missing\n");
         return pszText;
@@ -129,125 +104,34 @@ static char *Show_Read(const char *pszElement, const Place &tPlace, char *pszTex
     return pszText;
 }
 
-/// What a setter would do with a value, in whose place pszOld stands; takes pszOld.
-static int Show_Setter(const char *pszElement, const Place &tPlace, const char *pszValue, char *pszOld)
+/// What keeps a text from being stored, or null.
+static const char *Find_Obstacle(const SidePlace &tPlace, const char *pszText)
 {
-    const char *pszFile = Get_File(pszElement);
+    if (!Is_Storable(pszText))
+        return "the value cannot be kept";
     const bool bImage = Create_QuorvexXMLFile_DataStructure() == 0;
+    const bool bPlace = bImage && Put_InImage(tPlace, pszText) == 0;
     Release_QuorvexXMLFile_Data();
-    const bool bWritable = access(pszFile, W_OK) == 0;
-    const bool bFits = strlen(pszValue) < WINDOW_TEXT_SIZE && strchr(pszValue, '<') == nullptr;
-    const bool bKept = bImage && bWritable && bFits && pszOld != nullptr;
-    Report_Say("  keep  %s in %s", Fill_Key(pszElement, tPlace).szText, pszFile);
-    if (bKept) {
-        Report_Say(" (not written) ");
-        Say_Quoted(pszValue);
-    } else {
-        Report_Say(": fails, %s\n", pszOld == nullptr ? "there is no such element"
-                                    : !bFits          ? "the value cannot be kept"
-                                    : !bWritable      ? "this user cannot write to the file"
-                                                      : "a file, a key of the shape or an element is missing");
+    if (!bImage)
+        return "a file, a key of the shape or an element is missing";
+    if (!bPlace)
+        return "there is no such element";
+    return access(g_apszSideFile[Make_SidePath(tPlace).eFile], W_OK) == 0 ? nullptr
+                                                                          : "this user cannot write to the file";
+}
+
+int Store_SideText(const SidePlace &tPlace, const char *pszText)
+{
+    const bool bShown = g_bShown;
+    g_bShown = false; // the keys of the camera's shape are no news
+    const char *pszObstacle = Find_Obstacle(tPlace, pszText);
+    g_bShown = bShown;
+    Say_Place("keep", Make_SidePath(tPlace));
+    if (pszObstacle != nullptr) {
+        Report_Say(": fails, %s\n", pszObstacle);
+        return -1;
     }
-    free(pszOld);
-    return bKept ? 0 : -1;
-}
-
-static int Show_Setter(const char *pszElement, const Place &tPlace, int32_t iValue, char *pszOld)
-{
-    char szValue[16];
-    snprintf(szValue, sizeof szValue, "%d", iValue);
-    return Show_Setter(pszElement, tPlace, szValue, pszOld);
-}
-
-static constexpr char INTERVAL[] = "ntpinterval";
-static constexpr char DEVICE[] = "storage/c{channel}/devicenum";
-static constexpr char WINDOW[] = "motion/c{channel}/i{window}/window";
-static constexpr char THRESHOLD[] = "motion/c{channel}/i{window}/threshold";
-static constexpr char CONTRAST[] = "image/c{channel}/contrast";
-static constexpr char BRIGHTNESS[] = "image/c{channel}/brightness";
-static constexpr char SATURATION[] = "image/c{channel}/saturation";
-static constexpr char GOP[] = "image/c{channel}/s{stream}/{codec}/gop";
-
-char *Get_NTPInterval_from_QuorvexXML()
-{
-    return Show_Read(INTERVAL, NO_PLACE, Real_Get_NTPInterval_from_QuorvexXML());
-}
-
-char *Get_StorageDeviceNum_from_QuorvexXML(int32_t iChannel)
-{
-    return Show_Read(DEVICE, At(iChannel), Real_Get_StorageDeviceNum_from_QuorvexXML(iChannel));
-}
-
-char *Get_MotionROI_Window_from_QuorvexXML(int32_t iChannel, int32_t iWindow)
-{
-    return Show_Read(WINDOW, At(iChannel, iWindow), Real_Get_MotionROI_Window_from_QuorvexXML(iChannel, iWindow));
-}
-
-char *Get_MotionROI_Threshold_from_QuorvexXML(int32_t iChannel, int32_t iWindow)
-{
-    return Show_Read(THRESHOLD, At(iChannel, iWindow), Real_Get_MotionROI_Threshold_from_QuorvexXML(iChannel, iWindow));
-}
-
-char *Get_VideoContrast_from_QuorvexXML(int32_t iChannel)
-{
-    return Show_Read(CONTRAST, At(iChannel), Real_Get_VideoContrast_from_QuorvexXML(iChannel));
-}
-
-char *Get_VideoBrightness_from_QuorvexXML(int32_t iChannel)
-{
-    return Show_Read(BRIGHTNESS, At(iChannel), Real_Get_VideoBrightness_from_QuorvexXML(iChannel));
-}
-
-char *Get_VideoSaturation_from_QuorvexXML(int32_t iChannel)
-{
-    return Show_Read(SATURATION, At(iChannel), Real_Get_VideoSaturation_from_QuorvexXML(iChannel));
-}
-
-char *Get_VideoGOP_from_QuorvexXML(int32_t iChannel, int32_t iStream, const char *pszCodec)
-{
-    return Show_Read(GOP, At_Stream(iChannel, iStream, pszCodec),
-                     Real_Get_VideoGOP_from_QuorvexXML(iChannel, iStream, pszCodec));
-}
-
-int Set_NTPInterval_from_QuorvexXML(int32_t iValue)
-{
-    return Show_Setter(INTERVAL, NO_PLACE, iValue, Real_Get_NTPInterval_from_QuorvexXML());
-}
-
-int Set_StorageDeviceNum_from_QuorvexXML(int32_t iValue)
-{
-    return Show_Setter(DEVICE, At(0), iValue, Real_Get_StorageDeviceNum_from_QuorvexXML(0));
-}
-
-int Set_MotionROI_Window_to_QuorvexXMLFile(int32_t iChannel, int32_t iWindow, const char *pszWindow)
-{
-    return Show_Setter(WINDOW, At(iChannel, iWindow), pszWindow,
-                       Real_Get_MotionROI_Window_from_QuorvexXML(iChannel, iWindow));
-}
-
-int Set_MotionROI_Threshold_to_QuorvexXMLFile(int32_t iChannel, int32_t iWindow, int32_t iValue)
-{
-    return Show_Setter(THRESHOLD, At(iChannel, iWindow), iValue,
-                       Real_Get_MotionROI_Threshold_from_QuorvexXML(iChannel, iWindow));
-}
-
-int Set_VideoContrast_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue)
-{
-    return Show_Setter(CONTRAST, At(iChannel), iValue, Real_Get_VideoContrast_from_QuorvexXML(iChannel));
-}
-
-int Set_VideoBrightness_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue)
-{
-    return Show_Setter(BRIGHTNESS, At(iChannel), iValue, Real_Get_VideoBrightness_from_QuorvexXML(iChannel));
-}
-
-int Set_VideoSaturation_to_QuorvexXMLFile(int32_t iChannel, int32_t iValue)
-{
-    return Show_Setter(SATURATION, At(iChannel), iValue, Real_Get_VideoSaturation_from_QuorvexXML(iChannel));
-}
-
-int Set_VideoGOP_to_QuorvexXMLFile(int32_t iChannel, int32_t iStream, const char *pszCodec, int32_t iValue)
-{
-    return Show_Setter(GOP, At_Stream(iChannel, iStream, pszCodec), iValue,
-                       Real_Get_VideoGOP_from_QuorvexXML(iChannel, iStream, pszCodec));
+    Report_Say(" (not written) ");
+    Say_Quoted(pszText);
+    return 0;
 }

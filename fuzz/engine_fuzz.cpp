@@ -13,7 +13,7 @@
 #include "mapping/ptz_io.h"
 #include "mapping/video.h"
 #include "param/param_state.h"
-#include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_value.h"
 
 #include <errno.h>
 #include <stdarg.h>
@@ -56,30 +56,13 @@ int Set_Configer(const char *pszKey, const char *pszValue)
 
 // Side files and the capability file.
 
-static char *Take_Stored()
+char *Read_SideText(const SidePlace &)
 {
     char szText[600] = "";
     return Take_Answer(szText, sizeof szText - 1) < 0 ? nullptr : strdup(szText);
 }
 
-static int Store() { return Fails('o') ? -1 : 0; }
-
-char *Get_NTPInterval_from_QuorvexXML() { return Take_Stored(); }
-char *Get_StorageDeviceNum_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_MotionROI_Window_from_QuorvexXML(int32_t, int32_t) { return Take_Stored(); }
-char *Get_MotionROI_Threshold_from_QuorvexXML(int32_t, int32_t) { return Take_Stored(); }
-char *Get_VideoContrast_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoBrightness_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoSaturation_from_QuorvexXML(int32_t) { return Take_Stored(); }
-char *Get_VideoGOP_from_QuorvexXML(int32_t, int32_t, const char *) { return Take_Stored(); }
-int Set_NTPInterval_from_QuorvexXML(int32_t) { return Store(); }
-int Set_StorageDeviceNum_from_QuorvexXML(int32_t) { return Store(); }
-int Set_MotionROI_Window_to_QuorvexXMLFile(int32_t, int32_t, const char *) { return Store(); }
-int Set_MotionROI_Threshold_to_QuorvexXMLFile(int32_t, int32_t, int32_t) { return Store(); }
-int Set_VideoContrast_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoBrightness_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoSaturation_to_QuorvexXMLFile(int32_t, int32_t) { return Store(); }
-int Set_VideoGOP_to_QuorvexXMLFile(int32_t, int32_t, const char *, int32_t) { return Store(); }
+int Store_SideText(const SidePlace &, const char *) { return Fails('o') ? -1 : 0; }
 
 int Get_Range_FromCDF(const char *, QuorvexFloatRange *ptRange, int32_t)
 {
@@ -135,13 +118,13 @@ template <size_t N> static bool Ends(const char (&acField)[N]) { return memchr(a
 static void Run_States(ParamContext *ptContext)
 {
     bool bItem = false;
-    for (int iCall = 0; ptContext->iState != PARAM_STATE_Finish && iCall < PARAM_CALL_LIMIT; iCall++) {
+    for (int iCall = 0; ptContext->iState != PARAM_STATE_FINISH && iCall < PARAM_CALL_LIMIT; iCall++) {
         const int32_t iState = ptContext->iState, iLength = ptContext->iOutputLen;
-        Require(iState > PARAM_STATE_Initial && iState < PARAM_STATE_Finish, "every state is one that can be run");
-        Require(iState != PARAM_STATE_Dispatch || !bItem, "an item has its line before the next begins");
-        bItem |= iState == PARAM_STATE_Dispatch;
+        Require(iState > PARAM_STATE_INITIAL && iState < PARAM_STATE_FINISH, "every state is one that can be run");
+        Require(iState != PARAM_STATE_DISPATCH || !bItem, "an item has its line before the next begins");
+        bItem |= iState == PARAM_STATE_DISPATCH;
         g_tParamStateRoutine[iState](ptContext);
-        if (iState == PARAM_STATE_Compose) {
+        if (iState == PARAM_STATE_COMPOSE) {
             Require(!bItem || ptContext->iOutputLen > iLength || iLength >= REPLY_LIMIT, "every item has a line");
             bItem = false;
         }
@@ -162,7 +145,7 @@ static void Run_Request(FuzzText *pacText)
     stdout = open_memstream(&pcPrinted, &uPrinted);
     auto *ptContext = static_cast<ParamContext *>(calloc(1, sizeof(ParamContext)));
     Require(stdin != nullptr && stdout != nullptr && ptContext != nullptr, "there is memory");
-    ptContext->iState = PARAM_STATE_Getenv;
+    ptContext->iState = PARAM_STATE_GETENV;
     InitiateVideoParam(ptContext);
     Run_States(ptContext);
 
@@ -171,7 +154,7 @@ static void Run_Request(FuzzText *pacText)
     stdin = ptStdin;
     stdout = ptStdout;
     const size_t uReply = strlen(ptContext->szOutput);
-    Require(ptContext->iState != PARAM_STATE_Finish ||
+    Require(ptContext->iState != PARAM_STATE_FINISH ||
                 (uPrinted > uReply && memcmp(pcPrinted + uPrinted - uReply, ptContext->szOutput, uReply) == 0),
             "the reply is printed last");
     free(pcPrinted);

@@ -11,7 +11,9 @@ import time
 
 PROGRAM = "/usr/share/www/cgi-bin/param.cgi"
 CAMERA_LOG = pathlib.Path("/var/log/camera.log")
+SIDE_FOLDER = pathlib.Path("/etc/conf.d")
 SERVER_LOG = pathlib.Path("/var/log/lighttpd.log")
+HEADER = "Content-type: text/plain\r\n\r\n"
 TIME_LIMIT = 60  # seconds, of every program: one that does not end is killed
 CAMERA_WELL = ("", "simcam: ready\n", "exit 0")  # what Camera.stop returns of one that was well
 
@@ -65,6 +67,33 @@ def start_request(method, text, changes=(), arguments=(), emulator=""):
     return Program(command, text if method == "POST" else "", env)
 
 
+def make_query(names):
+    return "".join(f"req={name}&" for name in names)
+
+
+def start_read(names):
+    return start_request("GET", make_query(names))
+
+
+def start_write(line):
+    return start_request("POST", line + "\r\n")
+
+
+def take_reply(program):
+    """The lines of the reply; what else a request leaves, an ending other than the ordered one too, is one of them."""
+    output, error, ending = program.wait()
+    text = output.removeprefix(HEADER) + error + ("" if ending == "exit 0" else ending)
+    return text.removesuffix("\r\n").split("\r\n")
+
+
+def read(names):
+    return take_reply(start_read(names))
+
+
+def write(line):
+    return take_reply(start_write(line))
+
+
 class Camera:
     """A simulated camera, which finds nothing of the one before it. Stopped or killed, it can be started again."""
 
@@ -93,6 +122,9 @@ class Camera:
         return [[line for line in lines if line.startswith("log ") == is_system] for is_system in (False, True)]
 
 
+server_log_seen = 0  # characters that take_server_errors has returned
+
+
 @functools.cache
 def start_server(emulator):
     """Once: it ends with the sandbox."""
@@ -102,19 +134,22 @@ def start_server(emulator):
     take_server_errors()  # only says "server started"
 
 
-def take_server_errors(seen=[0]):
+def take_server_errors():
     """What the web server's log got since the last call; the standard error of the programs lands there as well."""
-    log = SERVER_LOG.read_text("latin-1")[seen[0]:]
-    seen[0] += len(log)
+    global server_log_seen
+    log = SERVER_LOG.read_text("latin-1")[server_log_seen:]
+    server_log_seen += len(log)
     return log
 
 
 def ask_server(method, text):
-    """Returns the body of the reply, its status and its content type; the server is to be there."""
+    """Returns the body of the reply, its status and its content type; the server is to be there. Like some clients it
+    sends nothing behind its request, and says so: the server must not take it for one that is gone."""
     url, body = ("", text) if method == "POST" else ("?" + text, "")
     with socket.create_connection(("127.0.0.1", 8080), TIME_LIMIT) as connection:
         connection.sendall((f"{method} /cgi-bin/param.cgi{url} HTTP/1.0\r\n"
                             f"Content-Length: {len(body)}\r\n\r\n{body}").encode("latin-1"))
+        connection.shutdown(socket.SHUT_WR)
         reply = b"".join(iter(lambda: connection.recv(1 << 16), b"")).decode("latin-1")
     header, _, body = reply.partition("\r\n\r\n")
     return body, header[9:12], "".join(re.findall("(?im)^content-type: *(.*?)\r?$", header))

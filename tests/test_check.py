@@ -179,3 +179,12 @@ def test_what_a_request_looks_at(start, check):
             assert answer.startswith("#error." if item != name else name.split("=")[0] + "="), answer
         sent, log = camera.log()
         assert log == [] and [line for line in sent if line.startswith("set ")] == []
+
+
+def test_a_setter_that_somebody_adds(start, pytestconfig):
+    """It is shown like the others, and no file changes."""
+    program = pathlib.Path(pytestconfig.option.tool).parent / "tests/added_setter"
+    if pytestconfig.option.emulator:
+        pytest.skip("is built for the host")
+    with start("dome"):
+        assert Program([str(program)]).wait() == (f'  keep  ntpinterval in {SYSTEM} (not written) "77"\n', "", "exit 0")

@@ -12,7 +12,8 @@ import time
 
 import pytest
 
-from camera import CAMERA_WELL, Camera, ask_server, start_request, start_server, take_server_errors, wait_until
+from camera import (CAMERA_WELL, HEADER, SIDE_FOLDER, Camera, ask_server, make_query, read, start_read, start_server,
+                    start_write, take_reply, take_server_errors, wait_until, write)
 
 AT_ONCE = 8
 WRITES = 250  # of a batch, and as many reads
@@ -25,40 +26,11 @@ SIDE_NAMES = ["Network.Services.Ntp.PollInterval="] + [  # one for every place o
         "Brightness=", "Contrast=", "Saturation=", "hevc.1.GopSize=", "h264.1.GopSize=",
         "Motion.ROI.1.MotionOnThreshold=", "Motion.ROI.1.Position=0.1,0.2,0.5,0.",
         "Motion.ROI.2.MotionOnThreshold=", "Motion.ROI.2.Position=0.1,0.2,0.5,0.")]
-HEADER = "Content-type: text/plain\r\n\r\n"
 # What stands in front of the header when the daemon goes away under a request.
 DIAGNOSTICS = re.compile(
     r"((write socket \d+ byte, but return -1|Read failed \(104\)\. Connection reset by peer)\n)+" + HEADER)
-SIDE_FOLDER = pathlib.Path("/etc/conf.d")
 
 pool = concurrent.futures.ThreadPoolExecutor(AT_ONCE)
-
-
-def make_query(names):
-    return "".join(f"req={name}&" for name in names)
-
-
-def start_read(names):
-    return start_request("GET", make_query(names))
-
-
-def start_write(line):
-    return start_request("POST", line + "\r\n")
-
-
-def take_reply(program):
-    """The lines of the reply; what else a request leaves, an ending other than the ordered one too, is one of them."""
-    output, error, ending = program.wait()
-    text = output.removeprefix(HEADER) + error + ("" if ending == "exit 0" else ending)
-    return text.removesuffix("\r\n").split("\r\n")
-
-
-def read(names):
-    return take_reply(start_read(names))
-
-
-def write(line):
-    return take_reply(start_write(line))
 
 
 def is_any_request_left():

@@ -1,5 +1,6 @@
 """The page in a real browser, in front of the real program behind the real web server: stories of somebody at a keyboard
 and a mouse. The one of the motion window leaves the README's picture at --picture."""
+import pathlib
 import resource
 
 import pytest
@@ -8,7 +9,7 @@ from selenium.webdriver import ActionChains, Keys
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.support.wait import WebDriverWait
 
-from camera import CAMERA_WELL, TIME_LIMIT, Camera, start_server
+from camera import CAMERA_WELL, TIME_LIMIT, Camera, Program, start_server
 
 NAME, BRIGHTNESS, STREAM = "General.UnitName", "VideoInput.1.Brightness", "VideoInput.1.h264.1"
 POSITION, AUDIO = "VideoInput.1.Motion.ROI.1.Position", "AudioInput.Capabilities.EntityCount"
@@ -176,6 +177,32 @@ def test_the_server_forbids_scripts_in_markup_and_in_replies(page):
         document.body.insertAdjacentHTML("beforeend", "<b onclick='location = 1'></b>");""") == "script-src-attr"
     assert page.driver.execute_async_script("""
         fetch("/cgi-bin/param.cgi").then((reply) => arguments[0](reply.headers.get("X-Content-Type-Options")));""") == "nosniff"
+
+
+WRITE = """document.body.innerHTML = "<form method=post enctype=text/plain><input name=General.UnitName value=owned></form>";
+    document.forms[0].action = "http://127.0.0.1:8080/cgi-bin/param.cgi"; document.forms[0].submit();"""
+READ = f"location = 'http://127.0.0.1:8080/cgi-bin/param.cgi?req={AUDIO}';"
+
+
+def test_only_its_own_page_writes_to_the_camera(page):
+    """As it is served, or through a proxy that tells the host. A form of another site is what a write looks like."""
+    page.start("dome")
+    config = pathlib.Path("/tmp/proxy.conf")
+    config.write_text("""server.modules = ("mod_proxy")\nserver.port = 8081\nserver.document-root = "/tmp"
+        server.upload-dirs = ("/tmp")
+        proxy.server = ("" => (("host" => "127.0.0.1", "port" => 8080)))
+        proxy.header = ("map-host-request" => ("-" => "camera"))""")
+    assert Program(["lighttpd", "-f", str(config)]).wait()[2] == "exit 0"
+    page.driver.get("http://127.0.0.1:8081/")
+    page.enter(NAME, "Lobby")
+    page.wait(".message", "Written.", NAME)
+    page.driver.execute_cdp_cmd("Page.setBypassCSP", {"enabled": True})  # another site has a policy of its own
+    for site in "http://localhost:8080/", "data:text/html,null":
+        for attack, answer in (WRITE, "The request comes from another site"), (READ, "403"):
+            page.driver.get(site)
+            page.driver.execute_script(attack)
+            page.wait("body", answer)
+    assert "owned" not in str(page.camera.log()) and "mute" not in str(page.camera.log())
 
 
 # In place of a server that cuts its answers, and that has neither log nor control.

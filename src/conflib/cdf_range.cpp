@@ -5,14 +5,11 @@
 #include "sxmlparser/sxmlparser.h"
 
 #include <errno.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
 
 static constexpr char CDF_PATH[] = "/etc/CDF.xml";
-static constexpr size_t CHANNEL_TAG_SIZE = 4;
-static constexpr size_t CODEC_TAG_SIZE = 10;
 
 /// Converts the bound at a place of a range text. What may follow it there is never part of a number.
 static int Parse_Bound(const char *pszBound, float *pfBound)
@@ -64,15 +61,13 @@ static int Parse_CodecRange(const SXMLParserContext *ptParser, const char *pszCh
 
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel)
 {
-    char szChannel[CHANNEL_TAG_SIZE];
     char szCodec[CODEC_TAG_SIZE];
-    snprintf(szChannel, sizeof szChannel, "c%d", iChannel);
     Copy_Text(szCodec, sizeof szCodec, pszCodec);
 
     SXMLParserContext *ptParser = nullptr;
     int iResult = Open_XMLFile(CDF_PATH, "OnvifInitialize", &ptParser);
     if (iResult == 0)
-        iResult = Parse_CodecRange(ptParser, szChannel, szCodec, ptRange);
+        iResult = Parse_CodecRange(ptParser, Make_IndexTag('c', iChannel).szTag, szCodec, ptRange);
     SXMLParser_Release(&ptParser);
     return iResult;
 }

@@ -1,5 +1,6 @@
 #include "conflib/xml_file.h"
 
+#include <stdio.h>
 #include <syslog.h>
 
 int Open_XMLFile(const char *pszPath, const char *pszCaller, SXMLParserContext **pptParser)
@@ -21,4 +22,11 @@ int Open_XMLFile(const char *pszPath, const char *pszCaller, SXMLParserContext *
         return -1;
     }
     return 0;
+}
+
+IndexTag Make_IndexTag(char cLetter, int32_t iIndex)
+{
+    IndexTag tTag;
+    snprintf(tTag.szTag, sizeof tTag.szTag, "%c%d", cLetter, iIndex);
+    return tTag;
 }

@@ -1,4 +1,5 @@
 #include "common/int32.h"
+#include "common/string_util.h"
 #include "param/param_state.h"
 #include "param/request.h"
 
@@ -23,12 +24,37 @@ static int Read_Query(ParamContext *ptContext)
     ptContext->szRequest[uLength] = '&';
     if (Take_ReadItem(ptContext) != ITEM_TAKEN)
         return Fail_Request(ptContext, "Incorrect query string format\r\n");
+    ptContext->iState = PARAM_STATE_DISPATCH;
     return 0;
+}
+
+static bool Names_Host(const char *pszHost, const char *pszVariable)
+{
+    const char *pszNamed = getenv(pszVariable);
+    return pszNamed != nullptr && stricmp(pszHost, pszNamed) == 0;
+}
+
+/// Whether a browser says that a page from elsewhere made this request: what is behind "://" in HTTP_ORIGIN (RFC 6454)
+/// is neither the host that was asked (RFC 3875) nor the one that a proxy was asked for. Only browsers send an origin.
+static bool Is_FromAnotherSite()
+{
+    static constexpr char SEPARATOR[] = "://";
+    const char *pszOrigin = getenv("HTTP_ORIGIN");
+    if (pszOrigin == nullptr || *pszOrigin == '\0')
+        return false;
+    const char *pcHost = strstr(pszOrigin, SEPARATOR);
+    if (pcHost == nullptr)
+        return true;
+    pcHost += sizeof SEPARATOR - 1;
+    return *pcHost == '\0' || !(Names_Host(pcHost, "HTTP_HOST") || Names_Host(pcHost, "HTTP_X_FORWARDED_HOST"));
 }
 
 static int Read_Body(ParamContext *ptContext)
 {
     ptContext->iMethod = METHOD_WRITE;
+    // The form of another site can send what a write looks like, and the browser adds the password that it remembers.
+    if (Is_FromAnotherSite())
+        return Fail_Request(ptContext, "The request comes from another site\r\n");
     const char *pszLength = getenv("CONTENT_LENGTH");
     if (pszLength == nullptr)
         return Fail_Request(ptContext, "Get content length failed\r\n");
@@ -47,6 +73,7 @@ static int Read_Body(ParamContext *ptContext)
     case ITEM_NO_END:
         return Fail_Request(ptContext, "Without the ending signal\r\n");
     case ITEM_TAKEN:
+        ptContext->iState = PARAM_STATE_DISPATCH;
         break;
     }
     return 0;
@@ -56,12 +83,12 @@ static int Read_Body(ParamContext *ptContext)
 /// failed conversion, so an empty address is no IPv6 one.
 static bool Begins_WithoutNumber(const char *pszAddress)
 {
-    pszAddress += strspn(pszAddress, " \t\n\v\f\r");
+    pszAddress += strspn(pszAddress, NUMBER_BLANKS);
     if (*pszAddress == '\0')
         return false;
     if (*pszAddress == '-' || *pszAddress == '+')
         ++pszAddress;
-    return *pszAddress < '0' || *pszAddress > '9';
+    return !Is_Digit(*pszAddress);
 }
 
 int Param_StateRoutine_Getenv(ParamContext *ptContext)

@@ -153,3 +153,36 @@ TEST(Getenv, TakesAnAddressForIPv6WhereScanfConvertsNoNumber)
         ASSERT_EQ(tContext.bServerAddrIPv6, bIPv6 ? 1 : 0) << testing::PrintToString(strText);
     }
 }
+
+TEST(Getenv, RefusesWritesThatAPageOfAnotherSiteMade)
+{
+    static const struct {
+        const char *pszOrigin, *pszHost, *pszForwarded;
+        bool bRefused;
+    } ROWS[] = {
+        {nullptr, "cam", nullptr, false},
+        {"", "cam", nullptr, false},
+        {"http://cam:8080", "cam:8080", nullptr, false},
+        {"https://CAM.Example", "cam.eXAMPLE", nullptr, false},
+        {"https://cam.example", "10.0.0.7", "cam.example", false},
+        {"http://cam", nullptr, nullptr, true},
+        {"http://cam", "cam:8080", "", true},
+        {"http://cam.evil", "cam", "cam", true},
+        {"http://cam", "cam.evil", nullptr, true},
+        {"http://", "", "", true},
+        {"null", "null", "null", true},
+    };
+    setenv("SERVER_ADDR", "10.0.0.7", 1);
+    setenv("REQUEST_METHOD", "POST", 1);
+    for (const auto &tRow : ROWS) {
+        const std::pair<const char *, const char *> ENVIRONMENT[] = {
+            {"HTTP_ORIGIN", tRow.pszOrigin}, {"HTTP_HOST", tRow.pszHost}, {"HTTP_X_FORWARDED_HOST", tRow.pszForwarded}};
+        for (const auto &[pszName, pszValue] : ENVIRONMENT)
+            pszValue != nullptr ? setenv(pszName, pszValue, 1) : unsetenv(pszName);
+        ParamContext tContext = {};
+        EXPECT_EQ(Param_StateRoutine_Getenv(&tContext), -1) << "there is no body";
+        EXPECT_STREQ(tContext.szErrorMsg, tRow.bRefused ? "The request comes from another site\r\n"
+                                                        : "Get content length failed\r\n")
+            << testing::PrintToString(tRow.pszOrigin);
+    }
+}

@@ -1,0 +1,219 @@
+#include "sidestore/side_file.h"
+
+#include "common/log_identity.h"
+#include "common/wait.h"
+#include "conflib/xml_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+static constexpr char FILE_FOLDER[] = "/etc/conf.d";
+
+static constexpr off_t FILE_SIZE_MAX = 1 << 24; ///< what a setter keeps of a file while it rewrites it
+
+// Lock and trees.
+
+/// Takes an advisory lock on a descriptor, within a wait of the kind WAIT_LOCKS.
+static int Lock_InTime(int iFile, int iOperation)
+{
+    constexpr int PAUSE_MILLISECONDS = 10;
+    if (flock(iFile, iOperation | LOCK_NB) == 0)
+        return 0;
+    const Wait tWait = Begin_Wait(WAIT_LOCKS);
+    int iResult = -1;
+    while (iResult != 0 && errno == EWOULDBLOCK && Left_OfWait(tWait) > 1) {
+        poll(nullptr, 0, PAUSE_MILLISECONDS);
+        iResult = flock(iFile, iOperation | LOCK_NB);
+    }
+    End_Wait(tWait);
+    return iResult;
+}
+
+/// Advisory lock over all three files: on their folder, so that it leaves no file behind. Returns a descriptor to
+/// close, or -1 when the lock cannot be had in time; everything then goes on without it.
+static int Lock_Folder(int iOperation)
+{
+    const int iFolder = open(FILE_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iFolder < 0 || Lock_InTime(iFolder, iOperation) == 0)
+        return iFolder;
+    close(iFolder);
+    return -1;
+}
+
+static void Unlock_Folder(int iLock)
+{
+    if (iLock >= 0)
+        close(iLock);
+}
+
+/// What a setter has while it runs: the lock, or -1, and the trees of the files.
+static bool g_bInSetter = false;
+static int g_iSetterLock = -1;
+static SXMLParserContext *g_aptSetterTree[SIDE_FILE_COUNT];
+
+void Lock_SideFiles()
+{
+    g_iSetterLock = Lock_Folder(LOCK_EX);
+    g_bInSetter = true;
+}
+
+void Unlock_SideFiles()
+{
+    g_bInSetter = false;
+    for (SXMLParserContext *&ptTree : g_aptSetterTree)
+        Release_QuorvexXMLParser(&ptTree);
+    Unlock_Folder(g_iSetterLock);
+}
+
+int Init_QuorvexXMLParser(const char *pszPath, SXMLParserContext **pptParser)
+{
+    return Open_XMLFile(pszPath, "Init_QuorvexXMLParser", pptParser);
+}
+
+int Release_QuorvexXMLParser(SXMLParserContext **pptParser)
+{
+    return *pptParser != nullptr ? SXMLParser_Release(pptParser) : -1;
+}
+
+SXMLParserContext *Open_SideFile(SideFile eFile)
+{
+    if (g_aptSetterTree[eFile] != nullptr)
+        return g_aptSetterTree[eFile];
+    SXMLParserContext *ptParser = nullptr;
+    const int iLock = g_bInSetter ? -1 : Lock_Folder(LOCK_SH);
+    const int iResult = Init_QuorvexXMLParser(g_apszSideFile[eFile], &ptParser);
+    Unlock_Folder(iLock);
+    // A tree with a fault is never kept, so that every value that is read from it has its line in the log.
+    if (g_bInSetter && iResult == 0)
+        g_aptSetterTree[eFile] = ptParser;
+    return ptParser;
+}
+
+void Close_SideFile(SideFile eFile, SXMLParserContext *ptParser)
+{
+    if (ptParser != g_aptSetterTree[eFile])
+        Release_QuorvexXMLParser(&ptParser);
+}
+
+char *Find_SideText(const SidePlace &tPlace)
+{
+    const SidePath tPath = Make_SidePath(tPlace);
+    const char *apszTag[sizeof tPath.aszTag / sizeof tPath.aszTag[0]] = {};
+    for (int iTag = 0; iTag < tPath.iTags; ++iTag)
+        apszTag[iTag] = tPath.aszTag[iTag];
+    SXMLParserContext *ptParser = Open_SideFile(tPath.eFile);
+    const char *pszText = SXMLParser_GetTagValueByName(ptParser, "root", "quorvex", apszTag[0], apszTag[1], apszTag[2],
+                                                       apszTag[3], apszTag[4], static_cast<char *>(nullptr));
+    char *pszCopy = pszText != nullptr ? strdup(pszText) : nullptr;
+    if (pszCopy == nullptr)
+        syslog(LOG_CRIT, "%s: %s fail", LOG_IDENTITY, tPath.pszReader);
+    Close_SideFile(tPath.eFile, ptParser);
+    return pszCopy;
+}
+
+// Writing.
+
+static constexpr size_t LINE_SIZE = 256; ///< more than any piece that is appended takes
+
+static void Provide_Room(SideText *ptText, size_t uMore)
+{
+    if (ptText->bFailed || ptText->uRoom - ptText->uLength >= uMore)
+        return;
+    const size_t uRoom = ptText->uLength * 2 + uMore;
+    char *pcText = static_cast<char *>(realloc(ptText->pcText, uRoom));
+    ptText->bFailed = pcText == nullptr;
+    if (ptText->bFailed)
+        return;
+    ptText->pcText = pcText;
+    ptText->uRoom = uRoom;
+}
+
+void Append_SideText(SideText *ptText, const char *pszFormat, ...)
+{
+    Provide_Room(ptText, LINE_SIZE);
+    if (ptText->bFailed)
+        return;
+    va_list tArguments;
+    va_start(tArguments, pszFormat);
+    const int iLength = vsnprintf(ptText->pcText + ptText->uLength, LINE_SIZE, pszFormat, tArguments);
+    va_end(tArguments);
+    ptText->bFailed = iLength < 0 || static_cast<size_t>(iLength) >= LINE_SIZE;
+    ptText->uLength += ptText->bFailed ? 0 : static_cast<size_t>(iLength);
+}
+
+/// Appends line feeds up to a length. Behind the last tag they harm no reader.
+static void Append_LineFeeds(SideText *ptText, size_t uLength)
+{
+    if (uLength <= ptText->uLength)
+        return;
+    Provide_Room(ptText, uLength - ptText->uLength);
+    if (ptText->bFailed)
+        return;
+    memset(ptText->pcText + ptText->uLength, '\n', uLength - ptText->uLength);
+    ptText->uLength = uLength;
+}
+
+/// Reads what a file holds.
+static int Read_Content(int iFile, SideText *ptText)
+{
+    struct stat tStatus = {};
+    if (fstat(iFile, &tStatus) != 0 || !S_ISREG(tStatus.st_mode) || tStatus.st_size > FILE_SIZE_MAX)
+        return -1;
+    const size_t uSize = static_cast<size_t>(tStatus.st_size);
+    Append_LineFeeds(ptText, uSize);
+    return !ptText->bFailed && pread(iFile, ptText->pcText, uSize, 0) == static_cast<ssize_t>(uSize) ? 0 : -1;
+}
+
+static bool Write_At(int iFile, const SideText *ptText, size_t uFrom)
+{
+    const size_t uCount = ptText->uLength - uFrom;
+    return pwrite(iFile, ptText->pcText + uFrom, uCount, static_cast<off_t>(uFrom)) == static_cast<ssize_t>(uCount);
+}
+
+/// Puts a new text in the place of the old one, so that a reader finds one of them whole whenever this process is
+/// killed or the disk runs full: room is made first, then one write covers both texts, and the file is cut last.
+static int Replace_Content(int iFile, SideText *ptNew, SideText *ptOld)
+{
+    const size_t uNew = ptNew->uLength;
+    const size_t uOld = ptOld->uLength;
+    Append_LineFeeds(ptNew, uOld);
+    Append_LineFeeds(ptOld, uNew);
+    if (ptNew->bFailed || ptOld->bFailed)
+        return -1;
+    const bool bReplaced = Write_At(iFile, ptOld, uOld) && Write_At(iFile, ptNew, 0);
+    if (!bReplaced)
+        Write_At(iFile, ptOld, 0);
+    // A cut that fails leaves line feeds.
+    const off_t lEnd = static_cast<off_t>(bReplaced ? uNew : uOld);
+    return ftruncate(iFile, lEnd) == 0 && bReplaced ? 0 : -1;
+}
+
+int Replace_SideFile(SideFile eFile, const char *pszWriter, SideText *ptText)
+{
+    const int iFile = open(g_apszSideFile[eFile], O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (iFile < 0) {
+        syslog(LOG_INFO, "QuorvexXMLParser: fopen error in %s\n", pszWriter);
+        return -1;
+    }
+    // A web server ends its program with a signal when a client hangs up.
+    sigset_t tAll;
+    sigset_t tBefore;
+    sigfillset(&tAll);
+    sigprocmask(SIG_BLOCK, &tAll, &tBefore);
+    SideText tOld = {};
+    const int iResult = Read_Content(iFile, &tOld) == 0 ? Replace_Content(iFile, ptText, &tOld) : -1;
+    sigprocmask(SIG_SETMASK, &tBefore, nullptr);
+    free(tOld.pcText);
+    close(iFile);
+    return iResult;
+}

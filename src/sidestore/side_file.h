@@ -1,0 +1,37 @@
+/// The three side files as texts: the lock over them, reading one as a tree, and putting a new text in its place.
+#pragma once
+
+#include "sidestore/side_place.h"
+#include "sxmlparser/sxmlparser.h"
+
+#include <stddef.h>
+
+/// A heap copy of the text at a place; NULL, after a line in the system log, when there is none.
+char *Find_SideText(const SidePlace &tPlace);
+
+/// The tree of a file. One that cannot be parsed is logged and then has no elements, or those up to the fault.
+SXMLParserContext *Open_SideFile(SideFile eFile);
+void Close_SideFile(SideFile eFile, SXMLParserContext *ptParser);
+
+/// Keeps readers and other setters away until Unlock, and what is opened meanwhile from being parsed again. A lock that
+/// cannot be had in time is done without.
+void Lock_SideFiles();
+void Unlock_SideFiles();
+
+/// The text of a file while it is composed. Begin with a zeroed one; free pcText.
+struct SideText {
+    char *pcText;
+    size_t uLength;
+    size_t uRoom;
+    bool bFailed; ///< there was no memory for all of it
+};
+void Append_SideText(SideText *ptText, const char *pszFormat, ...) __attribute__((format(printf, 2, 3)));
+
+/// Rewrites a file in place, or creates it. It keeps its owner, mode and links, and a reader finds one of both texts
+/// whole whenever the process is killed. 0; -1 when that fails, logged under pszWriter when the file cannot be opened;
+/// it then is as it was.
+int Replace_SideFile(SideFile eFile, const char *pszWriter, SideText *ptText);
+
+/// A parser with a file's tree (0 or -1), and giving it back (0, or -1 when there is none).
+int Init_QuorvexXMLParser(const char *pszPath, SXMLParserContext **pptParser);
+int Release_QuorvexXMLParser(SXMLParserContext **pptParser);

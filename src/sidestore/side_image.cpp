@@ -1,0 +1,322 @@
+#include "sidestore/side_image.h"
+
+#include "common/int32.h"
+#include "common/string_util.h"
+#include "conflib/snapshot.h"
+#include "conflib/xml_file.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+
+static constexpr int32_t GOP_NOT_OFFERED = -1;
+static constexpr size_t CODEC_LIST_SIZE = 64;
+
+/// By codec, as in GOP_CODECS.
+static constexpr int32_t XMLFileStreamData::*GOP_FIELDS[] = {
+    &XMLFileStreamData::iMpeg4GOP, &XMLFileStreamData::iH264GOP, &XMLFileStreamData::iH265GOP};
+static constexpr size_t GOP_COUNT = sizeof GOP_CODECS / sizeof GOP_CODECS[0];
+static_assert(GOP_COUNT == sizeof GOP_FIELDS / sizeof GOP_FIELDS[0], "every codec has a field");
+
+static QuorvexXMLFileDataPointer g_tFileData;
+
+/// Takes a stored text as a number.
+static int Take_Number(char *pszText, int32_t *piNumber)
+{
+    if (pszText == nullptr)
+        return -1;
+    *piNumber = Int32_FromText(pszText);
+    free(pszText);
+    return 0;
+}
+
+/// Takes a stored text as a window text; a longer one than any setter writes is not taken.
+static int Take_Window(char *pszText, char *pszWindow)
+{
+    if (pszText == nullptr)
+        return -1;
+    const size_t uLength = strlen(pszText);
+    if (uLength < WINDOW_TEXT_SIZE)
+        memcpy(pszWindow, pszText, uLength + 1);
+    free(pszText);
+    return uLength < WINDOW_TEXT_SIZE ? 0 : -1;
+}
+
+/// A table of iCount zeroed records; its pointer stays NULL where there is no memory for it.
+template <typename T> static int Allocate_Table(T ***ppptTable, int32_t iCount)
+{
+    const size_t uCount = iCount > 0 ? static_cast<size_t>(iCount) : 0;
+    *ppptTable = static_cast<T **>(calloc(uCount + 1, sizeof(T *)));
+    if (*ppptTable == nullptr)
+        return -1;
+    for (size_t uIndex = 0; uIndex < uCount; ++uIndex) {
+        (*ppptTable)[uIndex] = static_cast<T *>(calloc(1, sizeof(T)));
+        if ((*ppptTable)[uIndex] == nullptr)
+            return -1;
+    }
+    return 0;
+}
+
+/// Tables end with a NULL record.
+template <typename T> static void Free_Table(T **pptTable)
+{
+    if (pptTable == nullptr)
+        return;
+    for (T **pptRecord = pptTable; *pptRecord != nullptr; ++pptRecord)
+        free(*pptRecord);
+    free(pptTable);
+}
+
+/// The camera's list of codecs, which is read again for every stream; one that cannot be read is what it was before,
+/// and one that does not fit counts as far as it does.
+struct CodecList {
+    char szCodecs[CODEC_LIST_SIZE + 1];
+};
+
+static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iStream, CodecList *ptCodecs)
+{
+    const SnapshotOutcome eOutcome = Configer_LookUp("capability_videoin_codec", ptCodecs->szCodecs, CODEC_LIST_SIZE);
+    if (eOutcome != SNAPSHOT_READ)
+        syslog(LOG_CRIT, "[%s] capability_videoin_codec fail", "Create_QuorvexXMLFile_DataStructure");
+    if (eOutcome == SNAPSHOT_UNAVAILABLE)
+        return -1;
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
+        int32_t *piGOP = &(ptStream->*GOP_FIELDS[uCodec]);
+        if (strstr(ptCodecs->szCodecs, GOP_CODECS[uCodec]) == nullptr)
+            *piGOP = GOP_NOT_OFFERED;
+        else if (Take_Number(Find_SideText({SIDE_GOP, iChannel, iStream, GOP_CODECS[uCodec]}), piGOP) != 0)
+            return -1;
+    }
+    return 0;
+}
+
+static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel, CodecList *ptCodecs)
+{
+    if (Take_Number(Find_SideText({SIDE_CONTRAST, iChannel}), &ptChannel->iContrast) != 0 ||
+        Take_Number(Find_SideText({SIDE_BRIGHTNESS, iChannel}), &ptChannel->iBrightness) != 0 ||
+        Take_Number(Find_SideText({SIDE_SATURATION, iChannel}), &ptChannel->iSaturation) != 0 ||
+        Allocate_Table(&ptChannel->pptStream, g_tFileData.iMediaStreamNum) != 0)
+        return -1;
+    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
+        if (Fill_Stream(ptChannel->pptStream[iStream], iChannel, iStream, ptCodecs) != 0)
+            return -1;
+    if (Allocate_Table(&ptChannel->pptWindow, g_tFileData.iMotionNum) != 0)
+        return -1;
+    for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
+        XMLFileWindowData *ptWindow = ptChannel->pptWindow[iWindow];
+        if (ptWindow == nullptr ||
+            Take_Window(Find_SideText({SIDE_WINDOW, iChannel, iWindow}), ptWindow->szWindow) != 0 ||
+            Take_Number(Find_SideText({SIDE_THRESHOLD, iChannel, iWindow}), &ptWindow->iThreshold) != 0)
+            return -1;
+    }
+    return 0;
+}
+
+/// Reads the three counts. One buffer serves them all: without a number of windows the number of streams stands for it,
+/// and a value that fills the four bytes is read with the spare one as its end.
+static int Read_Counts()
+{
+    constexpr size_t COUNT_SIZE = 4;
+    char szCount[COUNT_SIZE + 1] = "";
+    if (Configer_LookUp("capability_nvideoin", szCount, COUNT_SIZE) != SNAPSHOT_READ)
+        return -1;
+    g_tFileData.iVideoInNum = Int32_FromText(szCount);
+    if (Configer_LookUp("capability_nmediastream", szCount, COUNT_SIZE) != SNAPSHOT_READ)
+        return -1;
+    g_tFileData.iMediaStreamNum = Int32_FromText(szCount);
+    if (Configer_LookUp("capability_nmotion", szCount, COUNT_SIZE) == SNAPSHOT_UNAVAILABLE)
+        return -1;
+    g_tFileData.iMotionNum = Int32_FromText(szCount);
+    // Every file has something of every channel.
+    return g_tFileData.iVideoInNum > 0 ? 0 : -1;
+}
+
+int Create_QuorvexXMLFile_DataStructure()
+{
+    if (Read_Counts() != 0 || Allocate_Table(&g_tFileData.pptChannel, g_tFileData.iVideoInNum) != 0)
+        return -1;
+    CodecList tCodecs = {};
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
+        if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel, &tCodecs) != 0)
+            return -1;
+    if (Take_Number(Find_SideText({SIDE_NTP_INTERVAL}), &g_tFileData.iNTPInterval) != 0)
+        return -1;
+    return Take_Number(Find_SideText({SIDE_DEVICE_NUM}), &g_tFileData.iStorageDeviceNum);
+}
+
+int Release_QuorvexXMLFile_Data()
+{
+    XMLFileChannelData **pptChannel = g_tFileData.pptChannel;
+    for (int32_t iChannel = 0; pptChannel != nullptr && pptChannel[iChannel] != nullptr; ++iChannel) {
+        Free_Table(pptChannel[iChannel]->pptStream);
+        Free_Table(pptChannel[iChannel]->pptWindow);
+    }
+    Free_Table(pptChannel);
+    g_tFileData.pptChannel = nullptr;
+    return 0;
+}
+
+/// The frame that all three files share; pfnContent appends what lies between.
+static int Write_File(SideFile eFile, const char *pszWriter, void (*pfnContent)(SideText *ptText))
+{
+    SideText tText = {};
+    Append_SideText(&tText, "<root>\n\t<quorvex>\n");
+    pfnContent(&tText);
+    Append_SideText(&tText, "\t</quorvex>\n</root>\n");
+    const int iResult = tText.bFailed ? -1 : Replace_SideFile(eFile, pszWriter, &tText);
+    free(tText.pcText);
+    return iResult;
+}
+
+static void Compose_Stream(SideText *ptText, const XMLFileStreamData *ptStream, int32_t iStream)
+{
+    Append_SideText(ptText, "\t\t\t\t<s%d>\n", iStream);
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
+        const char *pszCodec = GOP_CODECS[uCodec];
+        const int32_t iGOP = ptStream->*GOP_FIELDS[uCodec];
+        if (iGOP != GOP_NOT_OFFERED)
+            Append_SideText(ptText, "\t\t\t\t\t<%s>\n\t\t\t\t\t\t<gop>%d</gop>\n\t\t\t\t\t</%s>\n", pszCodec, iGOP,
+                            pszCodec);
+    }
+    Append_SideText(ptText, "\t\t\t\t</s%d>\n", iStream);
+}
+
+static void Compose_Video(SideText *ptText)
+{
+    Append_SideText(ptText, "\t\t<image>\n");
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel) {
+        const XMLFileChannelData *ptChannel = g_tFileData.pptChannel[iChannel];
+        Append_SideText(ptText, "\t\t\t<c%d>\n", iChannel);
+        Append_SideText(ptText, "\t\t\t\t<contrast>%d</contrast>\n", ptChannel->iContrast);
+        Append_SideText(ptText, "\t\t\t\t<brightness>%d</brightness>\n", ptChannel->iBrightness);
+        Append_SideText(ptText, "\t\t\t\t<saturation>%d</saturation>\n", ptChannel->iSaturation);
+        for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
+            Compose_Stream(ptText, ptChannel->pptStream[iStream], iStream);
+        Append_SideText(ptText, "\t\t\t</c%d>\n", iChannel);
+    }
+    Append_SideText(ptText, "\t\t</image>\n");
+}
+
+static void Compose_Motion(SideText *ptText)
+{
+    Append_SideText(ptText, "\t\t<motion>\n");
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel) {
+        Append_SideText(ptText, "\t\t\t<c%d>\n", iChannel);
+        for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
+            const XMLFileWindowData *ptWindow = g_tFileData.pptChannel[iChannel]->pptWindow[iWindow];
+            Append_SideText(ptText, "\t\t\t\t<i%d>\n", iWindow);
+            Append_SideText(ptText, "\t\t\t\t\t<window>%s</window>\n", ptWindow->szWindow);
+            Append_SideText(ptText, "\t\t\t\t\t<threshold>%d</threshold>\n", ptWindow->iThreshold);
+            Append_SideText(ptText, "\t\t\t\t</i%d>\n", iWindow);
+        }
+        Append_SideText(ptText, "\t\t\t</c%d>\n", iChannel);
+    }
+    Append_SideText(ptText, "\t\t</motion>\n");
+}
+
+static void Compose_System(SideText *ptText)
+{
+    Append_SideText(ptText, "\t\t<ntpinterval>%d</ntpinterval>\n\t\t<storage>\n", g_tFileData.iNTPInterval);
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
+        Append_SideText(ptText, "\t\t\t<c%d>\n\t\t\t\t<devicenum>%d</devicenum>\n\t\t\t</c%d>\n", iChannel,
+                        g_tFileData.iStorageDeviceNum, iChannel);
+    Append_SideText(ptText, "\t\t</storage>\n");
+}
+
+/// Whether the Video file has streams, which an image without any would drop.
+static bool Has_Streams()
+{
+    SXMLParserContext *ptParser = Open_SideFile(VIDEO_FILE);
+    bool bFound = false;
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum && !bFound; ++iChannel)
+        bFound = SXMLParser_GetElementByTag(ptParser, "root", "quorvex", "image", Make_IndexTag('c', iChannel).szTag,
+                                            "s0", static_cast<char *>(nullptr)) != nullptr;
+    Close_SideFile(VIDEO_FILE, ptParser);
+    return bFound;
+}
+
+int Write_QuorvexVideoConfigFile()
+{
+    if (g_tFileData.iMediaStreamNum < 1 && Has_Streams())
+        return -1;
+    return Write_File(VIDEO_FILE, __func__, Compose_Video);
+}
+
+int Write_QuorvexMotionConfigFile() { return Write_File(MOTION_FILE, __func__, Compose_Motion); }
+int Write_QuorvexSystemConfigFile() { return Write_File(SYSTEM_FILE, __func__, Compose_System); }
+
+static XMLFileChannelData *Find_Channel(int32_t iChannel)
+{
+    return iChannel >= 0 && iChannel < g_tFileData.iVideoInNum ? g_tFileData.pptChannel[iChannel] : nullptr;
+}
+
+static XMLFileWindowData *Find_Window(const SidePlace &tPlace)
+{
+    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    return ptChannel != nullptr && tPlace.iIndex >= 0 && tPlace.iIndex < g_tFileData.iMotionNum
+               ? ptChannel->pptWindow[tPlace.iIndex]
+               : nullptr;
+}
+
+static int32_t *Find_GOP(const SidePlace &tPlace)
+{
+    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    if (ptChannel == nullptr || tPlace.iIndex < 0 || tPlace.iIndex >= g_tFileData.iMediaStreamNum)
+        return nullptr;
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
+        if (strcmp(tPlace.pszCodec, GOP_CODECS[uCodec]) == 0)
+            return &(ptChannel->pptStream[tPlace.iIndex]->*GOP_FIELDS[uCodec]);
+    return nullptr;
+}
+
+/// Where the image holds a number, or null.
+static int32_t *Find_Number(const SidePlace &tPlace)
+{
+    XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    XMLFileWindowData *ptWindow = Find_Window(tPlace);
+    switch (tPlace.eValue) {
+    case SIDE_CONTRAST:
+        return ptChannel != nullptr ? &ptChannel->iContrast : nullptr;
+    case SIDE_BRIGHTNESS:
+        return ptChannel != nullptr ? &ptChannel->iBrightness : nullptr;
+    case SIDE_SATURATION:
+        return ptChannel != nullptr ? &ptChannel->iSaturation : nullptr;
+    case SIDE_GOP:
+        return Find_GOP(tPlace);
+    case SIDE_THRESHOLD:
+        return ptWindow != nullptr ? &ptWindow->iThreshold : nullptr;
+    case SIDE_NTP_INTERVAL:
+        return &g_tFileData.iNTPInterval;
+    case SIDE_DEVICE_NUM:
+        return &g_tFileData.iStorageDeviceNum;
+    default:
+        return nullptr;
+    }
+}
+
+bool Is_Storable(const char *pszText)
+{
+    // A "<" would end the text for the next reader, and every later setter would fail on the file.
+    return strlen(pszText) < WINDOW_TEXT_SIZE && strchr(pszText, '<') == nullptr;
+}
+
+int Put_InImage(const SidePlace &tPlace, const char *pszText)
+{
+    XMLFileWindowData *ptWindow = Find_Window(tPlace);
+    if (tPlace.eValue == SIDE_WINDOW && ptWindow != nullptr) {
+        Copy_Text(ptWindow->szWindow, sizeof ptWindow->szWindow, pszText);
+        return 0;
+    }
+    int32_t *piNumber = Find_Number(tPlace);
+    if (piNumber == nullptr)
+        return -1;
+    *piNumber = Int32_FromText(pszText);
+    return 0;
+}
+
+int Write_ImageFile(SideFile eFile)
+{
+    static constexpr int (*WRITERS[SIDE_FILE_COUNT])() = {Write_QuorvexVideoConfigFile, Write_QuorvexMotionConfigFile,
+                                                          Write_QuorvexSystemConfigFile};
+    return WRITERS[eFile]();
+}
