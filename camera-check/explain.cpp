@@ -54,7 +54,7 @@ int Explain(const char *pszItem)
         return 1;
     }
     ParamContext tContext = {};
-    tContext.iState = PARAM_STATE_Getenv;
+    tContext.iState = PARAM_STATE_GETENV;
     Show_Accesses(true);
     Report_Say("at the start of every request:\n");
     InitiateVideoParam(&tContext);

@@ -40,7 +40,7 @@ static KeyFault Look_Up(const char *pszKey, size_t uSize, char (&szValue)[VALUE_
         return KEY_TOO_LONG;
     case SNAPSHOT_NO_SUCH_KEY:
         return KEY_MISSING;
-    case SNAPSHOT_NOT_LOOKED:
+    case SNAPSHOT_UNAVAILABLE:
         break;
     }
     return KEY_UNKNOWN;

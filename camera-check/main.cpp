@@ -1,4 +1,5 @@
 // camera-check: what is wrong on a camera, seen as param.cgi sees it. It changes nothing there.
+#include "ask.h"
 #include "check.h"
 #include "explain.h"
 #include "report.h"
@@ -26,6 +27,7 @@ static constexpr char USAGE[] =
 
 static void Check_All()
 {
+    Limit_Waits();
     Check_Caller();
     if (Check_Daemon()) {
         Check_Keys();

@@ -26,7 +26,7 @@ CameraShape Read_Shape()
                           access(PTZ_PID_FILE, R_OK) == 0,
                           Read_Count("capability_supportsd") == 1,
                           ""};
-    Read_CutKey(tShape.szCodecs, sizeof tShape.szCodecs, "capability_videoin_codec");
+    Read_KeyTruncated(tShape.szCodecs, sizeof tShape.szCodecs, "capability_videoin_codec");
     return tShape;
 }
 

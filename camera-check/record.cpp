@@ -5,6 +5,7 @@
 #include "report.h"
 #include "snapshot_tree.h"
 
+#include "conflib/semaphore.h"
 #include "mapping/ptz_io.h"
 
 #include <errno.h>
@@ -79,7 +80,7 @@ static int Copy_Snapshot(SnapshotSegment *ptCopy)
 {
     const key_t tKey = ftok(CONFIGER_PROGRAM, CONFIGER_PROJECT);
     const int iSemaphore = tKey != -1 ? semget(tKey, 1, 0) : -1;
-    if (iSemaphore == -1 || Take_InTime(iSemaphore) != 0)
+    if (iSemaphore == -1 || Take_Semaphore(iSemaphore) != 0)
         return -1;
     const int iSegment = shmget(tKey, 0, 0);
     struct shmid_ds tStatus = {};
@@ -90,7 +91,7 @@ static int Copy_Snapshot(SnapshotSegment *ptCopy)
             iResult = Copy_Segment(pSegment, tStatus.shm_segsz, ptCopy);
         shmdt(pSegment);
     }
-    Give(iSemaphore);
+    Give_Semaphore(iSemaphore);
     return iResult;
 }
 
@@ -130,6 +131,7 @@ static void Record_Services()
 
 int Record(bool bAll)
 {
+    Limit_Waits();
     SnapshotSegment tCopy;
     TreeSummary tSummary;
     Report_Say(HEAD);

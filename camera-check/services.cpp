@@ -3,8 +3,9 @@
 #include "report.h"
 #include "snapshot_tree.h"
 
-#include "common/deadline.h"
+#include "common/wait.h"
 #include "conflib/configer.h"
+#include "conflib/semaphore.h"
 #include "mapping/camera_key.h"
 #include "mapping/general.h"
 #include "mapping/ptz_io.h"
@@ -78,7 +79,7 @@ static int Check_Semaphore(key_t tKey)
                    static_cast<unsigned int>(tKey), strerror(errno));
         return -1;
     }
-    if (Take_InTime(iSemaphore) == 0) {
+    if (Take_Semaphore(iSemaphore) == 0) {
         Report_Good("semaphore", "id %d, free", iSemaphore);
         return iSemaphore;
     }
@@ -135,7 +136,7 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
     const bool bCopied = bAttached && shmctl(iSegment, IPC_STAT, &tStatus) == 0 &&
                          Copy_Segment(pSegment, tStatus.shm_segsz, &tCopy) == 0;
     if (iSemaphore != -1)
-        Give(iSemaphore);
+        Give_Semaphore(iSemaphore);
     if (bAttached)
         shmdt(pSegment);
     if (iSegment == -1) {
@@ -168,10 +169,10 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
 static void Check_Socket()
 {
     char szReply[512];
-    const uint32_t dwStart = Deadline_After(0);
+    const Wait tWait = Begin_Wait(WAIT_DAEMON);
     const int iResult = Ask_Configer(PROBE_KEY, szReply, sizeof szReply);
     const int iError = errno;
-    const int32_t iSeconds = static_cast<int32_t>(Deadline_After(0) - dwStart) / 1000;
+    const int32_t iSeconds = End_Wait(tWait) / 1000;
     if (iResult == 0 && szReply[0] != '\0')
         Report_Good("daemon", "answers a question on %s within %d s", CONFIGER_SOCKET, iSeconds + 1);
     else

@@ -211,7 +211,7 @@ std::string Check_Shape(const Model &model)
     return "";
 }
 
-// Whoever reads the file sees the old one or the new one.
+// Whoever reads the file sees the old one or the new one. What could not be written whole leaves nothing behind.
 std::string Write_File(const std::string &path, const std::string &text)
 {
     std::error_code ignored; // the open tells
@@ -223,16 +223,23 @@ std::string Write_File(const std::string &path, const std::string &text)
         isWritten = fwrite(text.data(), 1, text.size(), pFile) == text.size();
         isWritten = fclose(pFile) == 0 && isWritten && rename(newPath.c_str(), path.c_str()) == 0;
     }
-    return isWritten ? "" : "cannot write " + path + ": " + strerror(errno);
+    if (isWritten)
+        return "";
+    std::string error = "cannot write " + path + ": " + strerror(errno);
+    unlink(newPath.c_str());
+    return error;
 }
 
 std::string Put_Files(const CameraFiles &files, const std::set<std::string> &readOnly)
 {
-    std::string error;
+    // What goes away first makes room for the others.
     for (const auto &[path, text] : files) {
         if (!text.has_value())
             unlink(path.c_str());
-        else if (error.empty())
+    }
+    std::string error;
+    for (const auto &[path, text] : files) {
+        if (text.has_value() && error.empty())
             error = Write_File(path, *text);
     }
     for (const std::string &path : readOnly) {
@@ -292,7 +299,13 @@ std::string Update_CameraFiles(const Model &before, const Model &after, const Si
     }
     for (const std::string &path : before.readOnly)
         chmod(path.c_str(), 0644);
-    return Put_Files(files, after.readOnly);
+    error = Put_Files(files, after.readOnly);
+    if (!error.empty()) {
+        for (auto &[path, text] : files)
+            text = current[path];
+        Put_Files(files, before.readOnly);
+    }
+    return error;
 }
 
 std::string Seed_CameraFiles(const Model &model, const std::string &folder)

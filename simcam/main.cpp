@@ -14,11 +14,15 @@ namespace {
 
 const char USAGE[] = "usage: simcam [--log FILE] [--change LINE]... MODEL      (inside script/sandbox)\n"
                      "       simcam --seed DIR|--print [--change LINE]... MODEL\n"
+                     "       simcam --tell|--faults|--help\n"
                      "  --log FILE     write the request log there instead of to standard output\n"
                      "  --change LINE  one more line of the model\n"
                      "  --seed DIR     only write the capability definition and settings files into DIR; settings\n"
                      "                 that are there keep their values and get what is missing\n"
                      "  --print        only check the model, and print its lines with those of included files\n"
+                     "  --tell         hand standard input, lines of a model, to the camera that runs here, and print\n"
+                     "                 its answer; status 0: they are carried out\n"
+                     "  --faults       only print the faults that there are, and what each does\n"
                      "  --help         only print this\n";
 
 const char REFUSAL[] =
@@ -62,8 +66,11 @@ std::string Prepare_Model(const Options &options, Model *pModel)
     SideValues none;
     CameraFiles files;
     std::string error = Load_Model(options.modelPath, pModel);
-    for (size_t i = 0; i < options.changes.size() && error.empty(); ++i)
-        error = Apply_ModelLine(options.changes[i], "--change:" + std::to_string(i + 1), pModel);
+    for (size_t i = 0; i < options.changes.size() && error.empty(); ++i) {
+        const std::string origin = "--change:" + std::to_string(i + 1);
+        const bool isOne = options.changes[i].find('\n') == std::string::npos;
+        error = isOne ? Apply_ModelLine(options.changes[i], origin, pModel) : origin + ": one line each, please";
+    }
     if (error.empty())
         error = Compose_CameraFiles(*pModel, &none, &files);
     return error;
@@ -87,6 +94,17 @@ bool Has_Succeeded(const std::string &error)
     return error.empty();
 }
 
+int Tell_Camera()
+{
+    std::string lines(MAX_CHANGE + 1, '\0');
+    lines.resize(fread(lines.data(), 1, lines.size(), stdin));
+    std::string answer = "a change has at most " + std::to_string(MAX_CHANGE) + " bytes; nothing is changed\n";
+    if (lines.size() <= MAX_CHANGE)
+        answer = Send_Change(lines);
+    fputs(answer.c_str(), stdout);
+    return answer == "ok\n" ? 0 : EXIT_TROUBLE;
+}
+
 bool Run_Camera(Camera *pCamera)
 {
     const int stopDescriptor = Catch_StopSignals();
@@ -103,10 +121,13 @@ bool Run_Camera(Camera *pCamera)
 int main(int argc, char **argv)
 {
     Options options;
-    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
-        fputs(USAGE, stdout);
+    const std::string onlyWord = argc == 2 ? argv[1] : "";
+    if (onlyWord == "--help" || onlyWord == "--faults") {
+        fputs(onlyWord == "--help" ? USAGE : Describe_Faults().c_str(), stdout);
         return 0;
     }
+    if (onlyWord == "--tell")
+        return Tell_Camera();
     if (!Parse_Options(argc, argv, &options)) {
         fputs(USAGE, stderr);
         return EXIT_BAD_MODEL;

@@ -10,8 +10,9 @@ namespace {
 
 using Text = const std::string &;
 
+const char ALIAS[] = "aliasxpath";
 const int MAX_INCLUDE_DEPTH = 8;
-const char *const FINE = nullptr; // what a directive returns that could be carried out
+const char FINE[] = ""; // what a directive returns that could be carried out
 
 // The index of the key, or the number of keys.
 size_t Find_Key(const Model &model, const std::string &name)
@@ -27,7 +28,7 @@ size_t Follow_Aliases(const Model &model, const std::string &name)
 {
     size_t index = Find_Key(model, name);
     for (size_t step = 0; step < model.keys.size(); ++step) {
-        if (index == model.keys.size() || model.keys[index].children.front().first != "aliasxpath")
+        if (index == model.keys.size() || model.keys[index].children.front().first != ALIAS)
             return index;
         index = Find_Key(model, model.keys[index].children.front().second);
     }
@@ -67,7 +68,13 @@ std::string *Find_Value(Key *pKey)
     return pValue->empty() && Find_Child(pKey, "getonce") != nullptr ? &pKey->answer : pValue;
 }
 
-const char *Apply_Request(Model *pModel, Text name, Text value)
+std::string Apply_Key(Model *pModel, Text name, Text value)
+{
+    Put_Child(Find_Or_Add_Key(pModel, name), "value", value);
+    return FINE;
+}
+
+std::string Apply_Request(Model *pModel, Text name, Text value)
 {
     Key *pKey = Find_Or_Add_Key(pModel, name);
     Put_Child(pKey, "value", "");
@@ -76,9 +83,18 @@ const char *Apply_Request(Model *pModel, Text name, Text value)
     return FINE;
 }
 
-const char *Apply_No(Model *pModel, Text name)
+std::string Apply_Alias(Model *pModel, Text name, Text target)
 {
-    const auto isBelow = [&](const Key &key) { return (key.name + "_").rfind(name + "_", 0) == 0; };
+    Find_Or_Add_Key(pModel, name)->children = {{ALIAS, target}};
+    return FINE;
+}
+
+// Whether the key is the element of that name, or inside it.
+bool Is_Below(const Key &key, const std::string &name) { return (key.name + "_").rfind(name + "_", 0) == 0; }
+
+std::string Apply_No(Model *pModel, Text name)
+{
+    const auto isBelow = [&](const Key &key) { return Is_Below(key, name); };
     const auto end = std::remove_if(pModel->keys.begin(), pModel->keys.end(), isBelow);
     if (end == pModel->keys.end())
         return "no such key";
@@ -86,19 +102,29 @@ const char *Apply_No(Model *pModel, Text name)
     return FINE;
 }
 
+std::string Apply_Fail(Model *pModel, Text name)
+{
+    if (Find_Key(*pModel, name) == pModel->keys.size())
+        return "no such key";
+    pModel->settings["fail " + name] = "";
+    return FINE;
+}
+
 // A setting that every camera has.
-const char *Apply_Setting(Model *pModel, Text name, Text value)
+std::string Apply_Setting(Model *pModel, Text name, Text value)
 {
     unsigned long number = 0;
     if (pModel->settings.count(name) == 0)
         return "unknown setting";
     if (name.rfind("snapshot ", 0) == 0 && !Parse_Number(value, UINT32_MAX, &number))
         return "expected a number";
+    if (name == "ptz pidfile" && value != "yes" && value != "no")
+        return "expected yes or no";
     pModel->settings[name] = value;
     return FINE;
 }
 
-const char *Apply_Bitrate(Model *pModel, Text name, Text value)
+std::string Apply_Bitrate(Model *pModel, Text name, Text value)
 {
     const std::vector<std::string> words = Split_Text(name, ' ');
     if (words.size() != 2)
@@ -110,29 +136,42 @@ const char *Apply_Bitrate(Model *pModel, Text name, Text value)
 struct Directive {
     const char *pszWord;
     bool hasValue;
-    const char *(*pfnApply)(Model *pModel, Text name, Text value); // returns FINE or what is wrong
+    bool isOfKey;
+    std::string (*pfnApply)(Model *pModel, Text name, Text value); // returns FINE or what is wrong
 };
 
 constexpr Directive DIRECTIVES[] = {
-    {"key", true,
-     [](Model *p, Text name, Text value) { return Put_Child(Find_Or_Add_Key(p, name), "value", value), FINE; }},
-    {"request", true, Apply_Request},
-    {"alias", true,
-     [](Model *p, Text name, Text target) {
-         return Find_Or_Add_Key(p, name)->children = {{"aliasxpath", target}}, FINE;
-     }},
-    {"no", false, [](Model *p, Text name, Text) { return Apply_No(p, name); }},
-    {"fail", false, [](Model *p, Text name, Text) { return p->settings["fail " + name] = "", FINE; }},
-    {"snapshot", true, [](Model *p, Text name, Text value) { return Apply_Setting(p, "snapshot " + name, value); }},
-    {"ptz", true, [](Model *p, Text name, Text value) { return Apply_Setting(p, "ptz " + name, value); }},
-    {"analytics", true, [](Model *p, Text name, Text value) { return Apply_Setting(p, "analytics " + name, value); }},
-    {"bitrate", true, Apply_Bitrate},
-    {"side", true, [](Model *p, Text path, Text value) { return p->sides[path] = value, FINE; }},
-    {"file", true, [](Model *p, Text path, Text text) { return p->files[path] = text, FINE; }},
-    {"nofile", false, [](Model *p, Text path, Text) { return p->files[path].reset(), FINE; }},
-    {"readonly", false, [](Model *p, Text path, Text) { return p->readOnly.insert(path), FINE; }},
-    {"fault", false, [](Model *p, Text text, Text) { return Parse_Fault(text, &p->faults); }},
+    {"key", true, true, Apply_Key},
+    {"request", true, true, Apply_Request},
+    {"alias", true, true, Apply_Alias},
+    {"no", false, true, [](Model *p, Text name, Text) { return Apply_No(p, name); }},
+    {"fail", false, true, [](Model *p, Text name, Text) { return Apply_Fail(p, name); }},
+    {"snapshot", true, false,
+     [](Model *p, Text name, Text text) { return Apply_Setting(p, "snapshot " + name, text); }},
+    {"ptz", true, false, [](Model *p, Text name, Text text) { return Apply_Setting(p, "ptz " + name, text); }},
+    {"analytics", true, false,
+     [](Model *p, Text name, Text text) { return Apply_Setting(p, "analytics " + name, text); }},
+    {"bitrate", true, false, Apply_Bitrate},
+    {"side", true, false, [](Model *p, Text path, Text text) { return p->sides[path] = text, std::string(); }},
+    {"file", true, false, [](Model *p, Text path, Text text) { return p->files[path] = text, std::string(); }},
+    {"nofile", false, false, [](Model *p, Text path, Text) { return p->files[path].reset(), std::string(); }},
+    {"readonly", false, false, [](Model *p, Text path, Text) { return p->readOnly.insert(path), std::string(); }},
+    {"fault", false, false, [](Model *p, Text text, Text) { return Parse_Fault(text, &p->faults); }},
 };
+
+const Directive *Find_Directive(const std::string &word)
+{
+    return std::find_if(std::begin(DIRECTIVES), std::end(DIRECTIVES),
+                        [&](const Directive &directive) { return word == directive.pszWord; });
+}
+
+std::string List_Directives()
+{
+    std::string list;
+    for (const Directive &directive : DIRECTIVES)
+        list += (list.empty() ? "" : ", ") + std::string(directive.pszWord);
+    return list;
+}
 
 // Cuts the first word, and the blanks around it, off the front of the text.
 std::string Take_Word(std::string *pText)
@@ -144,19 +183,24 @@ std::string Take_Word(std::string *pText)
     return word;
 }
 
-const char *Apply_Directive(const Directive &directive, const std::string &text, Model *pModel)
+std::string Apply_Directive(const Directive &directive, const std::string &text, Model *pModel)
 {
     const size_t equals = directive.hasValue ? text.find('=') : text.size();
     std::vector<std::string> names;
     std::string value;
-    if (equals == 0 || equals == std::string::npos || !Expand_Braces(text.substr(0, equals), &names))
+    if (equals == 0 || equals == std::string::npos)
         return directive.hasValue ? "expected NAME=VALUE" : "expected NAME";
+    const char *pszError = Expand_Braces(text.substr(0, equals), &names);
+    if (pszError != nullptr)
+        return pszError;
+    if (directive.isOfKey && !std::all_of(names.begin(), names.end(), Is_KeyName))
+        return "the name of a key holds no blanks, and none stand around the \"=\"";
     if (directive.hasValue && !Decode_Escapes(text.substr(equals + 1), &value))
         return "malformed escape";
-    const char *pszError = FINE;
-    for (size_t i = 0; i < names.size() && pszError == FINE; ++i)
-        pszError = directive.pfnApply(pModel, names[i], value);
-    return pszError;
+    std::string error;
+    for (size_t i = 0; i < names.size() && error.empty(); ++i)
+        error = directive.pfnApply(pModel, names[i], value);
+    return error;
 }
 
 std::string Load_Lines(const std::string &path, const std::string &origin, int depth, Model *pModel)
@@ -168,6 +212,8 @@ std::string Load_Lines(const std::string &path, const std::string &origin, int d
     std::string line;
     for (int number = 1; error.empty() && std::getline(file, line); ++number) {
         const std::string here = path + ":" + std::to_string(number);
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
         std::string name = line;
         if (Take_Word(&name) == "include")
             error = Load_Lines(std::filesystem::path(path).replace_filename(name), here, depth + 1, pModel);
@@ -187,14 +233,37 @@ std::string Apply_ModelLine(const std::string &line, const std::string &origin, 
     const std::string word = Take_Word(&rest);
     if (word.empty() || word[0] == '#')
         return "";
-    const char *pszError = "unknown directive";
-    for (const Directive &directive : DIRECTIVES) {
-        if (word == directive.pszWord)
-            pszError = Apply_Directive(directive, rest, pModel);
-    }
-    if (pszError != FINE)
-        return origin + ": " + word + ": " + pszError;
+    const Directive *pDirective = Find_Directive(word);
+    if (pDirective == std::end(DIRECTIVES))
+        return origin + ": " + word + ": unknown directive; there are " + List_Directives();
+    const std::string error = Apply_Directive(*pDirective, rest, pModel);
+    if (!error.empty())
+        return origin + ": " + word + ": " + error;
     pModel->text += line + "\n";
+    return "";
+}
+
+bool Is_KeyName(const std::string &name)
+{
+    return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) { return c > 0x20 && c < 0x7f; });
+}
+
+bool Is_Directive(const std::string &line)
+{
+    std::string rest = line;
+    return Find_Directive(Take_Word(&rest)) != std::end(DIRECTIVES) && !rest.empty();
+}
+
+std::string Find_AliasToNowhere(const Model &before, const Model &after)
+{
+    for (const Key &key : after.keys) {
+        const auto &[name, target] = key.children.front();
+        const size_t old = Find_Key(before, key.name);
+        const bool isNew = old == before.keys.size() || before.keys[old].children != key.children;
+        const auto isThere = [&](const Key &other) { return Is_Below(other, target); };
+        if (name == ALIAS && isNew && std::none_of(after.keys.begin(), after.keys.end(), isThere))
+            return key.name + "=" + target;
+    }
     return "";
 }
 

@@ -21,7 +21,7 @@
 //   file PATH=TEXT              the whole content of any file, in place of what would be laid out
 //   nofile PATH                 the file is removed
 //   readonly PATH               the file, once laid out, cannot be written
-//   fault SERVICE FAULT         see faults.h
+//   fault SERVICE FAULT         see faults.h; "simcam --faults" lists them
 //
 // The texts of bitrate, side and file are written as they stand, without XML escaping. The same lines change a camera
 // that runs (control.h).
@@ -65,6 +65,16 @@ struct Model {
 // text, or "FILE:LINE: what is wrong".
 std::string Load_Model(const std::string &path, Model *pModel);
 std::string Apply_ModelLine(const std::string &line, const std::string &origin, Model *pModel);
+
+// Whether a key can have this name: printable, without blanks.
+bool Is_KeyName(const std::string &name);
+
+// Whether the text begins like a line of a model: the word of a directive, and something behind it.
+bool Is_Directive(const std::string &line);
+
+// "NAME=TARGET" of an alias that one of the two models does not have and that leads to no element of the other one;
+// empty if there is none. A recorded camera may have such an alias.
+std::string Find_AliasToNowhere(const Model &before, const Model &after);
 
 // Whether the service has this fault.
 bool Has_Fault(const Model &model, Service service, const char *pszWord);

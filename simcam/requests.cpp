@@ -35,11 +35,6 @@ bool Take_Prefix(std::string *pText, const char *pszPrefix)
     return true;
 }
 
-bool Is_KeyName(const std::string &name)
-{
-    return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) { return c > 0x20 && c < 0x7f; });
-}
-
 // A key that the camera does not have is confirmed like any other, and is not there afterwards either.
 std::string Answer_Set(const std::string &name, const std::string &value, Camera *pCamera)
 {

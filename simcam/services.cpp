@@ -289,6 +289,26 @@ void Drain_Services(Server *pServer)
 
 } // namespace
 
+std::string Send_Change(const std::string &lines)
+{
+    char aBlock[4096];
+    std::string answer;
+    struct sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, SOCKETS[SERVICE_CONTROL].pszPath);
+    const int camera = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (connect(camera, reinterpret_cast<struct sockaddr *>(&address), sizeof address) != 0 ||
+        send(camera, lines.data(), lines.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(lines.size()) ||
+        shutdown(camera, SHUT_WR) != 0) {
+        answer = std::string("no camera answers: ") + strerror(errno) + "\n";
+    } else {
+        for (ssize_t count = 0; (count = recv(camera, aBlock, sizeof aBlock, 0)) > 0;)
+            answer.append(aBlock, static_cast<size_t>(count));
+    }
+    close(camera);
+    return answer.empty() ? "the camera says nothing\n" : answer;
+}
+
 bool Run_Services(int stopDescriptor, Camera *pCamera)
 {
     Server server = {pCamera, {-1, -1, -1, -1, -1}, {}};

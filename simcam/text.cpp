@@ -10,6 +10,9 @@ namespace {
 // The letter behind the backslash and the byte that it stands for.
 constexpr std::pair<char, char> ESCAPES[] = {{'r', '\r'}, {'n', '\n'}, {'t', '\t'}, {'\\', '\\'}};
 
+const size_t MAX_NAMES = 1U << 14;      // that one line may stand for
+const size_t MAX_NAME_BYTES = 1U << 20; // of all of them
+
 } // namespace
 
 bool Decode_Escapes(const std::string &text, std::string *pDecoded)
@@ -64,24 +67,30 @@ std::vector<std::string> Split_Text(const std::string &text, char separator)
     return parts;
 }
 
-bool Expand_Braces(const std::string &text, std::vector<std::string> *pNames)
+const char *Expand_Braces(const std::string &text, std::vector<std::string> *pNames)
 {
     const size_t open = text.find('{');
     *pNames = {text.substr(0, open)};
     if (open == std::string::npos)
-        return true;
+        return nullptr;
     for (const std::string &part : Split_Text(text.substr(open + 1), '{')) {
         const size_t close = part.find('}');
         if (close == std::string::npos)
-            return false;
+            return "a brace is not closed";
+        const std::vector<std::string> words = Split_Text(part.substr(0, close), ',');
         std::vector<std::string> longer;
+        size_t bytes = 0;
         for (const std::string &name : *pNames) {
-            for (const std::string &word : Split_Text(part.substr(0, close), ','))
+            for (const std::string &word : words) {
                 longer.push_back(name + word + part.substr(close + 1));
+                bytes += longer.back().size();
+                if (longer.size() > MAX_NAMES || bytes > MAX_NAME_BYTES)
+                    return "its braces stand for too many names";
+            }
         }
         pNames->swap(longer);
     }
-    return true;
+    return nullptr;
 }
 
 bool Parse_Number(const std::string &text, unsigned long maximum, unsigned long *pNumber)

@@ -13,9 +13,9 @@ std::string Encode_Escapes(const std::string &text);
 // The parts between the separators: one more part than there are separators, some of them maybe empty.
 std::vector<std::string> Split_Text(const std::string &text, char separator);
 
-// Writes out names that differ in a word: "s{0,1}_{x,y}" stands for s0_x, s0_y, s1_x and s1_y. Returns false for a
-// brace that is not closed.
-bool Expand_Braces(const std::string &text, std::vector<std::string> *pNames);
+// Writes out names that differ in a word: "s{0,1}_{x,y}" stands for s0_x, s0_y, s1_x and s1_y. Returns null, or what is
+// wrong: a brace that is not closed, more names than a camera has use for.
+const char *Expand_Braces(const std::string &text, std::vector<std::string> *pNames);
 
 // A decimal or 0x-prefixed number that fills the whole text and does not exceed the maximum.
 bool Parse_Number(const std::string &text, unsigned long maximum, unsigned long *pNumber);

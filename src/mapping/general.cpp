@@ -90,7 +90,7 @@ const DispatchRecord g_tGeneral_UTCDateTime_Dispatch = {Check_UTCDateTime_Mappin
 static int Get_DateTimeMode_MappingRoutine(ParamContext *ptContext)
 {
     char szInterval[sizeof ptContext->szValue + 1] = "";
-    Read_CutKey(szInterval, sizeof szInterval, "system_updateinterval");
+    Read_KeyTruncated(szInterval, sizeof szInterval, "system_updateinterval");
     return Answer_Text(ptContext, Int32_FromText(szInterval) < 1 ? "manual" : "ntp");
 }
 

@@ -46,14 +46,16 @@ int Param_StateRoutine_Compose(ParamContext *ptContext)
 
     const bool bRead = ptContext->iMethod == METHOD_READ;
     const ItemOutcome eOutcome = bRead ? Take_ReadItem(ptContext) : Take_WriteItem(ptContext);
-    if (eOutcome == ITEM_TAKEN)
+    if (eOutcome == ITEM_TAKEN) {
+        ptContext->iState = PARAM_STATE_DISPATCH;
         return 0;
+    }
     if (eOutcome == ITEM_NONE && !bRead && ptContext->iMotionEnablePending == 1) {
         // The state stays: the next call finds no item to append and goes on to Send.
         Set_Motion_Capability(ptContext);
         return 0;
     }
-    ptContext->iState = PARAM_STATE_Send;
+    ptContext->iState = PARAM_STATE_SEND;
     return 0;
 }
 
@@ -63,6 +65,6 @@ int Param_StateRoutine_Send(ParamContext *ptContext)
     puts(ptContext->iContentType == CONTENT_TYPE_XML ? "Content-type: text/xml\r\n\r"
                                                      : "Content-type: text/plain\r\n\r");
     fputs(ptContext->szOutput, stdout);
-    ptContext->iState = PARAM_STATE_Done;
+    ptContext->iState = PARAM_STATE_DONE;
     return 0;
 }

@@ -24,7 +24,7 @@ int main(int argc, char *argv[])
 
     // Static storage begins zero-filled: the kernel does it anyway.
     static ParamContext s_tContext;
-    s_tContext.iState = PARAM_STATE_Getenv;
+    s_tContext.iState = PARAM_STATE_GETENV;
     InitiateVideoParam(&s_tContext);
     Param_RunStates(&s_tContext);
     return EXIT_SUCCESS;

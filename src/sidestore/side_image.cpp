@@ -78,7 +78,7 @@ static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iS
     const SnapshotOutcome eOutcome = Configer_LookUp("capability_videoin_codec", ptCodecs->szCodecs, CODEC_LIST_SIZE);
     if (eOutcome != SNAPSHOT_READ)
         syslog(LOG_CRIT, "[%s] capability_videoin_codec fail", "Create_QuorvexXMLFile_DataStructure");
-    if (eOutcome == SNAPSHOT_NOT_LOOKED)
+    if (eOutcome == SNAPSHOT_UNAVAILABLE)
         return -1;
     for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
         int32_t *piGOP = &(ptStream->*GOP_FIELDS[uCodec]);
@@ -124,7 +124,7 @@ static int Read_Counts()
     if (Configer_LookUp("capability_nmediastream", szCount, COUNT_SIZE) != SNAPSHOT_READ)
         return -1;
     g_tFileData.iMediaStreamNum = Int32_FromText(szCount);
-    if (Configer_LookUp("capability_nmotion", szCount, COUNT_SIZE) == SNAPSHOT_NOT_LOOKED)
+    if (Configer_LookUp("capability_nmotion", szCount, COUNT_SIZE) == SNAPSHOT_UNAVAILABLE)
         return -1;
     g_tFileData.iMotionNum = Int32_FromText(szCount);
     // Every file has something of every channel.
