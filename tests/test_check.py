@@ -278,11 +278,14 @@ def test_what_a_request_looks_at(start, check):
         for item, lines in EXPLAINED.items():
             name = item.lstrip("#")
             output, ending = check("--explain", name)
-            told, _, answer = output.partition(f" of {name}:\n")[2].partition("answer:\n")
+            told, _, answer = re.split("^(answer.*:\n)", output.partition(f" of {name}:\n")[2], flags=re.M)
             assert [line.strip() for line in told.splitlines()] == lines and ending == f"exit {int(item != name)}"
             assert answer.startswith("#error." if item != name else name.split("=")[0] + "="), answer
         sent, log = camera.log()
         assert log == [] and [line for line in sent if line.startswith("set ")] == []
+    with start("dome", "fault configer refuse"):
+        output, ending = check("--explain", "General.UnitName=Lobby")
+        assert ending == "exit 1" and '  set   (not sent) "system_hostname=Lobby"\n        fails, configer' in output
 
 
 def test_a_setter_that_somebody_adds(start, pytestconfig):

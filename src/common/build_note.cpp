@@ -5,8 +5,8 @@
 
 #include <elf.h>
 
-#define BUILD_RECORD                                                                                                   \
-    "{\"type\":\"firmware\",\"name\":\"" PARAM_PROGRAM_NAME "\",\"version\":\"" PARAM_VERSION                          \
+#define BUILD_RECORD                                                                          \
+    "{\"type\":\"firmware\",\"name\":\"" PARAM_PROGRAM_NAME "\",\"version\":\"" PARAM_VERSION \
     "\",\"build\":\"" PARAM_BUILD_ID "\"}"
 
 struct PackageNote {
