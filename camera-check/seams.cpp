@@ -111,13 +111,16 @@ static const char *Find_Obstacle(const SidePlace &tPlace, const char *pszText)
         return "the value cannot be kept";
     const bool bImage = Create_QuorvexXMLFile_DataStructure() == 0;
     const bool bPlace = bImage && Put_InImage(tPlace, pszText) == 0;
+    const SideFile eFile = Make_SidePath(tPlace).eFile;
+    const bool bLoses = bPlace && Loses_Elements(eFile);
     Release_QuorvexXMLFile_Data();
     if (!bImage)
         return "a file, a key of the shape or an element is missing";
     if (!bPlace)
         return "there is no such element";
-    return access(g_apszSideFile[Make_SidePath(tPlace).eFile], W_OK) == 0 ? nullptr
-                                                                          : "this user cannot write to the file";
+    if (bLoses)
+        return "elements would be lost that no key has said to be gone";
+    return access(g_apszSideFile[eFile], W_OK) == 0 ? nullptr : "this user cannot write to the file";
 }
 
 int Store_SideText(const SidePlace &tPlace, const char *pszText)
