@@ -119,6 +119,15 @@ def test_documents():
     assert not done.returncode, done.stdout + done.stderr
 
 
+def test_waits():
+    limits = {name: (int(first) / 1000, int(later) / 1000) for first, later, name in re.findall(
+        r"^    \{(\d+), (\d+)\}, *// (\w+):", (TREE / "src/common/wait.cpp").read_text(), re.M)}
+    attempts, pause = (int(re.search(rf"{word} = (\d+);", (TREE / "src/mapping/ptz_io.cpp").read_text())[1])
+                       for word in ("CONNECT_ATTEMPTS", "RETRY_SECONDS"))
+    limits["ptzRefuses"] = (attempts - 1) * pause, 0
+    assert {name: (wait["first"], wait["later"]) for name, wait in BOOK["waits"].items()} == limits
+
+
 def test_keys():
     """Every key of the sources is declared, and every declared one is there. A "%s" of a format that is neither codec nor
     mode is a word that a source names."""
