@@ -4,9 +4,12 @@ import { h } from "./dom.js";
 import { matcher } from "./catalogue.js";
 
 export class Tree {
-    // onCheck(names, isOn) is told what is to be shown or not.
-    constructor(root, onCheck) {
-        Object.assign(this, { root, onCheck, nodes: [] });
+    // onCheck(names, isOn) is told what is to be shown or not; get(name) knows values.
+    constructor(root, onCheck, get) {
+        Object.assign(this, { root, onCheck, get, nodes: [], parameters: [], byItem: new Map(), found: new Set() });
+        this.openBefore = null;
+        this.hadFocus = false;
+        this.current = "";
         root.addEventListener("click", (event) => this.click(event));
         root.addEventListener("keydown", (event) => this.press(event));
         root.addEventListener("focusin", (event) => this.makeCurrent(event.target.closest("[role=treeitem]")));
@@ -78,7 +81,7 @@ export class Tree {
 
     // Leaves only what matches, opened. Returns the names.
     search(text) {
-        const matches = matcher(text);
+        const matches = matcher(text, this.get);
         const isSearch = text.trim() !== "";
         this.openBefore ??= this.openPaths();
         this.found = new Set(this.parameters.filter(matches));
