@@ -131,6 +131,15 @@ def test_setters_lose_nothing_and_readers_see_whole_values(camera):
     camera.quiet = read(READS)
 
 
+def test_camera_and_platform_agree_behind_two_writes_at_once(camera, pytestconfig):
+    for number in range(20 * pytestconfig.option.batches):
+        name, key = (("Brightness", "image_c0_brightnesspercent"), ("Saturation", "image_c0_saturationpercent"))[number % 2]
+        for writer in [start_write(f"VideoInput.1.{name}={value}") for value in (10, 90)]:
+            writer.wait()
+        sent = [line for line in camera.log()[0] if line.startswith(f"set {key}=")][-1]
+        assert read([f"VideoInput.1.{name}"]) == [f"VideoInput.1.{name}={sent.partition('=')[2]}"]
+
+
 @contextlib.contextmanager
 def locked_side_files():
     folder = os.open(SIDE_FOLDER, os.O_RDONLY)

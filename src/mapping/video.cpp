@@ -7,6 +7,7 @@
 #include "mapping/camera_key.h"
 #include "mapping/ptz_io.h"
 #include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_file.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -565,6 +566,7 @@ static int Check_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 
 static int Set_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 {
+    Hold_SideFile(VIDEO_FILE);
     const int32_t iChannel = ptContext->iIndex1;
     const int32_t iSaturation = Int32_FromText(ptContext->szValue);
     char szPercent[8] = "";

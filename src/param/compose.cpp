@@ -2,6 +2,7 @@
 #include "mapping/motion.h"
 #include "param/param_state.h"
 #include "param/request.h"
+#include "sidestore/side_file.h"
 
 #include <stddef.h>
 #include <stdio.h>
@@ -37,6 +38,7 @@ static void Clear_Item(ParamContext *ptContext)
     constexpr size_t FIRST = offsetof(ParamContext, szParamName);
     constexpr size_t BEHIND = offsetof(ParamContext, szCodec) + sizeof ParamContext::szCodec;
     memset(reinterpret_cast<char *>(ptContext) + FIRST, 0, BEHIND - FIRST);
+    Let_SideFile();
 }
 
 int Param_StateRoutine_Compose(ParamContext *ptContext)

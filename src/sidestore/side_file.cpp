@@ -56,6 +56,28 @@ static void Unlock_Folder(int iLock)
         close(iLock);
 }
 
+static int g_iHeldFile = -1;
+static SideFile g_eHeldFile;
+
+void Hold_SideFile(SideFile eFile)
+{
+    if (g_iHeldFile >= 0 && g_eHeldFile == eFile)
+        return;
+    Let_SideFile();
+    // The file keeps its inode whenever it is written.
+    g_iHeldFile = open(g_apszSideFile[eFile], O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    g_eHeldFile = eFile;
+    if (g_iHeldFile >= 0 && Lock_InTime(g_iHeldFile, LOCK_EX) != 0)
+        Let_SideFile();
+}
+
+void Let_SideFile()
+{
+    if (g_iHeldFile >= 0)
+        close(g_iHeldFile);
+    g_iHeldFile = -1;
+}
+
 /// What a setter has while it runs: the lock, or -1, and the trees of the files.
 static bool g_bInSetter = false;
 static int g_iSetterLock = -1;
