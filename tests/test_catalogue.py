@@ -114,6 +114,16 @@ def test_table():
         assert TABLE[row.template].writable == (row.record["access"] == "read-write"), row.template
 
 
+def test_waits():
+    """Those of the catalogue are those of the code."""
+    code = (TREE / "src/common/wait.cpp").read_text() + (TREE / "src/mapping/ptz_io.cpp").read_text()
+    assert {word: [int(1000 * wait["together"]), int(1000 * wait["each"])] for word, wait in BOOK["waits"].items()} == {
+        word: [int(together), int(each)] for together, each, word in re.findall(r"\{(\d+), (\d+)\}, +// (\w+)", code)}
+    figures = dict(re.findall(r"constexpr .*(ATTEMPTS|SECONDS) = (\d+);", code))
+    retry = BOOK["retries"]["ptz"]
+    assert figures == {"ATTEMPTS": str(retry["times"] + 1), "SECONDS": str(retry["seconds"])}
+
+
 def test_documents():
     done = subprocess.run([TREE / "script/parameters", "--check"], capture_output=True, text=True)
     assert not done.returncode, done.stdout + done.stderr
@@ -217,7 +227,8 @@ def test_sources(start, row, entry):
 
     def write_without(device):
         value = good_value(device, row, FIRST[row.template])
-        sets = book.sets_of(record, model_keys(RICH).keys() - {book.fill(entry["key"], values)}, values, value)
+        gone = book.fill(entry.get("key", ""), values)
+        sets = book.sets_of(record, model_keys(RICH).keys() - {gone}, values, value)
         answer = {"error": FAILED, "other keys": value}.get(missing, REFUSED)
         assert device.write(name, value) == (answer, sets if answer == value else [])
 
