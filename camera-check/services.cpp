@@ -78,21 +78,23 @@ static void Check_Variable(const char *pszName, const char *pszFor, const char *
         Report_Good("environment", "%s=%s", pszName, pszValue);
 }
 
+bool Is_CgiProgram() { return getenv("REQUEST_METHOD") != nullptr || getenv("GATEWAY_INTERFACE") != nullptr; }
+
 void Check_Caller()
 {
     Report_Good("user", "uid %d, gid %d; the web server's user is the one that counts", static_cast<int>(geteuid()),
                 static_cast<int>(getegid()));
-    const char *pszMethod = getenv("REQUEST_METHOD");
-    if (pszMethod == nullptr) {
+    if (!Is_CgiProgram()) {
         Report_Good("environment", "not looked at, as no web server has started this; put a copy into the folder of "
                                    "param.cgi for a moment and ask for it to have it checked");
         return;
     }
     Check_Variable("SERVER_ADDR", "every request", Find_AddressFault);
     Check_Variable("REQUEST_METHOD", "every request", Find_MethodFault);
-    if (strcmp(pszMethod, "POST") == 0)
+    const char *pszMethod = getenv("REQUEST_METHOD");
+    if (pszMethod != nullptr && strcmp(pszMethod, "POST") == 0)
         Check_Variable("CONTENT_LENGTH", "every write", Find_LengthFault);
-    if (strcmp(pszMethod, "GET") == 0)
+    if (pszMethod != nullptr && strcmp(pszMethod, "GET") == 0)
         Check_Variable("QUERY_STRING", "every read", nullptr);
 }
 

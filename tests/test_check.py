@@ -123,6 +123,7 @@ file $CDF=<root> => $CDF: its elements do not nest
 env -SERVER_ADDR => environment: SERVER_ADDR is not set
 env SERVER_ADDR= => environment: SERVER_ADDR="" is no IP address
 env SERVER_ADDR=camera => environment: SERVER_ADDR="camera" is no IP address
+env -REQUEST_METHOD => environment: REQUEST_METHOD is not set
 env REQUEST_METHOD=PUT => environment: REQUEST_METHOD="PUT" is neither
 env -CONTENT_LENGTH => environment: CONTENT_LENGTH is not set
 env CONTENT_LENGTH=abc => environment: CONTENT_LENGTH="abc" is no number
@@ -143,8 +144,9 @@ ALIKE = ["no image_c0_saturationpercent", "no capability_serialptz", "key capabi
 def changed(change):
     """Does to the sandbox what is no line of a model, and yields what the check is started with."""
     word, _, what = change.partition(" ")
-    env = {"SERVER_ADDR": "10.0.0.1", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"} if word == "env" else {}
+    env = {}
     if word == "env":
+        env = {"GATEWAY_INTERFACE": "CGI/1.1", "SERVER_ADDR": "::1", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"}
         env.update([what.split("=", 1)] if what[0] != "-" else [])
         env.pop(what[1:], None)
     if word == "semaphore":
