@@ -84,6 +84,8 @@ gone $CONFIGER => ftok file: $CONFIGER: No such file .* start configer again
 new $CONFIGER => ftok file: $CONFIGER was replaced .* 0x63.* 0x63.*restart configer
 fault syslog absent => system log: nobody .* start
 fault analytics close => analytics: no answer .* false
+fault analytics reset => analytics: no answer .* false
+fault analytics hang => analytics: no answer .*\(it is silent\).* false
 fault analytics refuse => analytics: no answer .* internal error
 fault analytics bytes:5 => analytics: .*"xxxxx", which is no HTTP
 fault ptz refuse => PTZ daemon: no version .*\(Connection refused\).* 45 seconds
@@ -240,7 +242,7 @@ def test_a_recorded_camera_answers_alike(start, check, pytestconfig, tmp_path, m
 
 
 def test_versions(check):
-    assert re.fullmatch(rf"camera-check (2[.\d]+, build \S+)\n{PROGRAM}: \1\n", check("--version")[0])
+    assert re.fullmatch(rf"(?:(camera-check|{PROGRAM}:) 2[.\d]+, build \S+\n){{2}}", check("--version")[0])
     assert check("--version", CONFIGER)[0].endswith(": unknown\n")
 
 
