@@ -59,7 +59,7 @@ def bad_lines(answer):
     return [line for line in bad if not line.startswith("keys: not looked at")]
 
 
-# What is done to a camera, or to the check: model lines, "|" between; or, as a word in front tells, a variable of
+# What is done to a camera, or to the check: model lines, "|" between; last, as a word in front tells, a variable of
 # a web server (-NAME: without it), a file's mode, a file that is gone, new, or a link to a read-only file system, the
 # semaphore's value. Behind "=>" the bad line, as a regular expression that it begins with; of more than one the last.
 # "seed" is said where it stands here, and nowhere else.
@@ -93,7 +93,7 @@ fault ptz close => PTZ daemon: no version .*\(it closes the connection\), so .* 
 fault ptz garbage => PTZ daemon: no version .*\(the answer has none\), so .* no patterns
 ptz pidfile=no => PTZ pid file: .* is not there .* answers 0
 file $PID=99999 => PTZ pid file: .* left over
-mode 0 $PID => PTZ pid file: .* cannot be read by this user .* answers 0
+key capability_ptzenabled=0|mode 0 $PID => PTZ pid file: .* cannot be read by this user .* answers 0; let
 no system_hostname => system_hostname: missing; General.UnitName: internal error; give
 no capability_videoin_h264_maxframerate => capability_videoin_c0_h264_.*: missing; .* or for capability_videoin_h264_max
 no videoin_c0_s2_codectype => videoin_c0_s2_codectype: missing; every request: .* all behind it
@@ -171,8 +171,10 @@ def changed(change):
 
 @pytest.mark.parametrize("change", [*WRONG, *ALIKE])
 def test_what_is_wrong(start, check, change):
-    lines = [] if change.split()[0] in ("env", "semaphore", "mode", "gone", "new", "frozen") else change.split("|")
-    with start("ptz", *lines), changed(change) as env:
+    *lines, last = change.split("|")
+    if last.split()[0] not in ("env", "semaphore", "mode", "gone", "new", "frozen"):
+        lines.append(last)
+    with start("ptz", *lines), changed(last) as env:
         bad = "\n".join(bad_lines(check(env=env)))
     said = WRONG.get(change, "")
     assert re.fullmatch(said + ".*" * (said != ""), bad) and "{" not in bad and ("seed" in bad) == ("seed" in said), bad
