@@ -257,9 +257,16 @@ def test_reference_client(start):
                         "motion_c0_win_i0_enable=1", "motion_c0_enable=1"]
         shortest = ["Network.10.Dhcp"] * 9 + ["General.UnitName"]
         assert asker.read(shortest).keys() == set(shortest) and asker.others == []
-        text = "#error.\r\nNetwork.1.Dhcp=501:Parameter is not supported\r\n"
+        text = asker.exchange(body="General.UnitName=a\r\n\r\nNetwork.1.Dhcp=true\r\n").text
+        assert text.endswith("\r\nNetwork.1.Dhcp=501:Parameter is not supported\r\n")
         assert client.take_write([("Network.1.Dhcp", "true")], client.whole_lines(text))[0] == {}
         assert client.Answer(None, client.REFUSED) in asker.write({"Network.1.Dhcp": "x"}).values()
+        example = re.search("```python\n(.*?)```", (TREE / "docs/parameters.md").read_text(), re.DOTALL)[1]
+        device.sets()
+        exec(re.sub('http://.*cgi"', f'{CAMERA}"', example), {})
+        assert device.sets() == ["system_hostname=Front door, 50% lit", "videoin_c0_s0_h264_intraperiod=3000"]
         assert asker.has_settings()
+    with start("dome", "fault configer close-at-once"):
+        assert client.Answer("x", None) not in asker.write({"General.UnitName": "x"}).values()
     with start("dome", "fault snapshot absent"):
         assert not asker.has_settings() and asker.read([client.CONSTANT])[client.CONSTANT].value
