@@ -100,13 +100,19 @@ def measure(case):
     return program, floor
 
 
+def stripped_size():
+    """Returns the bytes of the file that a camera gets."""
+    subprocess.run(["arm-linux-gnueabi-strip", "-o", "/tmp/stripped", PROGRAM], check=True)
+    return pathlib.Path("/tmp/stripped").stat().st_size
+
+
 def print_table(results):
     last = dict(line.split() for line in (TREE / "bench/instructions-arm.txt").read_text().splitlines())
     row = "{:<20} {:>12} {:>12} {:>8} {:>12} {:>16}"
     print(row.format("case", "now", "last change", "change", "floor", "param.cgi/floor"))
     with open(results / "instructions-arm.txt", "w") as kept:
         for name in [*CASES, "file-bytes"]:
-            now, floor = measure(CASES[name]) if name in CASES else (PROGRAM.stat().st_size, 0)
+            now, floor = measure(CASES[name]) if name in CASES else (stripped_size(), 0)
             change = f"{100 * now / int(last[name]) - 100:+.1f}%" if name in last else "new"
             ratio = f"{now / floor:.2f}" if floor else "-"
             print(row.format(name, now, last.get(name, "-"), change, floor or "-", ratio), flush=True)
