@@ -165,37 +165,33 @@ static void Append(SideText *ptText, const char *pszText)
     ptText->uLength += uLength;
 }
 
-/// Appends a tag, behind as many tabs as elements are open.
-static void Append_Tag(SideText *ptText, const char *pszBegin, const char *pszName)
+/// Appends a line, behind as many tabs as elements are open, of pieces that a null ends.
+static void Append_Line(SideText *ptText, const char *const *ppszPiece)
 {
-    for (int i = 0; i < ptText->iDepth; ++i)
-        Append(ptText, "\t");
-    Append(ptText, pszBegin);
-    Append(ptText, pszName);
-    Append(ptText, ">");
+    static constexpr char TABS[] = "\t\t\t\t\t\t\t";
+    Append(ptText, TABS + sizeof TABS - 1 - ptText->iDepth);
+    for (; *ppszPiece != nullptr; ++ppszPiece)
+        Append(ptText, *ppszPiece);
 }
 
 void Open_SideElement(SideText *ptText, const char *pszName)
 {
-    Append_Tag(ptText, "<", pszName);
-    Append(ptText, "\n");
+    const char *const apszPiece[] = {"<", pszName, ">\n", nullptr};
+    Append_Line(ptText, apszPiece);
     ++ptText->iDepth;
 }
 
 void Close_SideElement(SideText *ptText, const char *pszName)
 {
+    const char *const apszPiece[] = {"</", pszName, ">\n", nullptr};
     --ptText->iDepth;
-    Append_Tag(ptText, "</", pszName);
-    Append(ptText, "\n");
+    Append_Line(ptText, apszPiece);
 }
 
 void Append_SideElement(SideText *ptText, const char *pszName, const char *pszValue)
 {
-    Append_Tag(ptText, "<", pszName);
-    Append(ptText, pszValue);
-    Append(ptText, "</");
-    Append(ptText, pszName);
-    Append(ptText, ">\n");
+    const char *const apszPiece[] = {"<", pszName, ">", pszValue, "</", pszName, ">\n", nullptr};
+    Append_Line(ptText, apszPiece);
 }
 
 /// Appends line feeds up to a length. Behind the last tag they harm no reader.

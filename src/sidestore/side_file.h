@@ -29,7 +29,7 @@ struct SideText {
     char *pcText;
     size_t uLength;
     size_t uRoom;
-    int iDepth;   ///< elements that are open
+    int iDepth;   ///< elements that are open, at most seven
     bool bFailed; ///< there was no memory for all of it
 };
 void Open_SideElement(SideText *ptText, const char *pszName);
