@@ -33,3 +33,6 @@ std::string Parse_Fault(const std::string &text, FaultList *pFaults);
 // A line "SERVICE<TAB>FAULT<TAB>WHAT IT DOES" for each fault that can be had. A service has one more in front of them
 // that has no fault: what the service is and what shows that it is ill.
 std::string Describe_Faults();
+
+// A line "now<TAB>SERVICE<TAB>FAULT" for each fault that there is.
+std::string List_PresentFaults(const FaultList &faults);
