@@ -21,7 +21,7 @@ struct Fault {
     std::string word;         // empty: the service is in good health
     unsigned long number = 0; // of the faults that are written with one, as in "late:1500"
 
-    bool operator!=(const Fault &other) const { return word != other.word || number != other.number; }
+    bool operator==(const Fault &other) const { return word == other.word && number == other.number; }
 };
 
 using FaultList = std::array<Fault, SERVICE_COUNT>;
