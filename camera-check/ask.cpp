@@ -1,34 +1,19 @@
 #include "ask.h"
 
 #include "common/daemon_socket.h"
-#include "common/deadline.h"
 #include "conflib/configer.h"
 #include "mapping/ptz_io.h"
 
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/sem.h>
-#include <time.h>
 #include <unistd.h>
 
-int Take_InTime(int iSemaphore)
+void Limit_Waits()
 {
-    const uint32_t dwDeadline = Deadline_After(ASK_MILLISECONDS);
-    struct sembuf tTake = {0, -1, SEM_UNDO};
-    int iResult = 0;
-    do {
-        const int32_t iLeft = Deadline_Left(dwDeadline);
-        const struct timespec tLeft = {iLeft / 1000, iLeft % 1000 * 1000000L};
-        iResult = semtimedop(iSemaphore, &tTake, 1, &tLeft);
-    } while (iResult == -1 && errno == EINTR);
-    return iResult;
-}
-
-int Give(int iSemaphore)
-{
-    struct sembuf tGive = {0, 1, SEM_UNDO};
-    return semop(iSemaphore, &tGive, 1);
+    static constexpr WaitKind KINDS[] = {WAIT_LOCKS, WAIT_PTZ, WAIT_ANALYTICS};
+    for (const WaitKind eKind : KINDS)
+        g_atWaitLimit[eKind] = {ASK_MILLISECONDS, ASK_MILLISECONDS};
 }
 
 int Ask_Configer(const char *pszKey, char *pszReply, size_t uSize)
@@ -44,13 +29,11 @@ int Ask_Configer(const char *pszKey, char *pszReply, size_t uSize)
 }
 
 /// Sends a text on a connected socket, receives what comes first and closes the socket.
-static ssize_t Exchange(int iSocket, const char *pszRequest, char *pszReply, size_t uSize)
+static ssize_t Exchange(int iSocket, const char *pszRequest, char *pszReply, size_t uSize, WaitKind eKind)
 {
-    SocketPatience tPatience = {ASK_MILLISECONDS};
-    Socket_LimitWait(iSocket, tPatience);
     ssize_t lResult = write(iSocket, pszRequest, strlen(pszRequest));
     if (lResult >= 0)
-        lResult = Socket_Receive(iSocket, pszReply, uSize - 1, &tPatience);
+        lResult = Socket_Receive(iSocket, pszReply, uSize - 1, eKind);
     const int iError = errno;
     pszReply[lResult > 0 ? lResult : 0] = '\0';
     close(iSocket);
@@ -60,11 +43,10 @@ static ssize_t Exchange(int iSocket, const char *pszRequest, char *pszReply, siz
 
 ssize_t Ask_Ptz(char *pszReply, size_t uSize)
 {
-    SocketPatience tPatience = {ASK_MILLISECONDS};
     pszReply[0] = '\0';
     const int iSocket = socket(AF_UNIX, SOCK_STREAM, 0);
-    if (UnixSocket_Connect(iSocket, PTZ_SOCKET, &tPatience) == 0)
-        return Exchange(iSocket, "camctrl.cgi?getversion", pszReply, uSize);
+    if (UnixSocket_Connect(iSocket, PTZ_SOCKET, WAIT_PTZ) == 0)
+        return Exchange(iSocket, "camctrl.cgi?getversion", pszReply, uSize, WAIT_PTZ);
     const int iError = errno;
     close(iSocket);
     errno = iError;
@@ -81,5 +63,5 @@ ssize_t Ask_Analytics(const char *pszPath, char *pszReply, size_t uSize)
     char szRequest[128];
     snprintf(szRequest, sizeof szRequest, "GET %s HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: keep-alive\r\n\r\n",
              pszPath);
-    return Exchange(tContext.iAnalyticsSocket, szRequest, pszReply, uSize);
+    return Exchange(tContext.iAnalyticsSocket, szRequest, pszReply, uSize, WAIT_ANALYTICS);
 }

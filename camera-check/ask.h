@@ -1,5 +1,4 @@
-/// Questions to the camera's services, as the checks and a recording ask them: with two seconds of patience where the
-/// program itself would wait longer.
+/// Questions to the camera's services, as the checks and a recording ask them.
 #pragma once
 
 #include "conflib/snapshot.h"
@@ -10,9 +9,9 @@
 
 constexpr int32_t ASK_MILLISECONDS = 2000;
 
-/// Takes the semaphore, and gives it back. 0, or -1 with errno set.
-int Take_InTime(int iSemaphore);
-int Give(int iSemaphore);
+/// Waits no longer than that from now on, each time, where the program itself would wait longer for a lock, the PTZ
+/// daemon or the analytics service.
+void Limit_Waits();
 
 /// The value that the configuration daemon gives for a key. 0 or -1, as Configer_Control; an empty text counts as 0.
 int Ask_Configer(const char *pszKey, char *pszReply, size_t uSize);

@@ -54,14 +54,21 @@ int Explain(const char *pszItem)
         return 1;
     }
     ParamContext tContext = {};
-    tContext.iState = PARAM_STATE_Getenv;
+    tContext.iState = PARAM_STATE_GETENV;
     Show_Accesses(true);
     Report_Say("at the start of every request:\n");
     InitiateVideoParam(&tContext);
     Report_Say(bWrite ? "a write of %s:\n" : "a read of %s:\n", pszItem);
     Say_Source(pszItem);
     Param_RunStates(&tContext);
-    Report_Say("answer:\n%s", tContext.szOutput);
+    Report_Say(bWrite ? "answer, if configer takes what is set:\n" : "answer:\n");
+    for (const char *pszLine = tContext.szOutput; *pszLine != '\0';) {
+        const char *pcEnd = strstr(pszLine, "\r\n");
+        const size_t uLength = pcEnd != nullptr ? static_cast<size_t>(pcEnd - pszLine) : strlen(pszLine);
+        Report_SayEscaped(pszLine, uLength);
+        Report_SayPlain("\n");
+        pszLine += uLength + (pcEnd != nullptr ? strlen("\r\n") : 0);
+    }
     const bool bTaken = tContext.iParseOffset > 0;
     return bTaken && tContext.szOutput[0] != '#' ? 0 : 1;
 }

@@ -3,6 +3,8 @@
 #include "place.h"
 #include "report.h"
 
+#include "common/decimal.h"
+#include "common/int32.h"
 #include "conflib/cdf_range.h"
 #include "conflib/xml_file.h"
 #include "sidestore/side_image.h"
@@ -17,7 +19,8 @@
 #include <unistd.h>
 
 static constexpr unsigned long ROOM_NEEDED = 4096; ///< bytes, more than any file grows by one write
-static constexpr char SEED_ADVICE[] = "seed the files anew (docs/firmware.md, Seeding the side files)";
+static constexpr char SEED_ADVICE[] =
+    "seed what is missing, which keeps what is there (docs/firmware.md, Seeding the side files)";
 
 /// The text of an element below root and quorvex, or null.
 static const char *Get_Text(const SXMLParserContext *ptParser, const char *pszElement)
@@ -35,23 +38,50 @@ static const char *Get_Text(const SXMLParserContext *ptParser, const char *pszEl
                                         apszTag[4], apszTag[5], static_cast<char *>(nullptr));
 }
 
+static bool Is_Number(const char *pszText)
+{
+    const char *pszEnd = pszText;
+    Int32_FromText(pszText, &pszEnd);
+    return pszEnd != pszText && pszEnd[strspn(pszEnd, " \t\r\n")] == '\0';
+}
+
+/// Whether a window text is read as four numbers.
+static bool Is_Window(const char *pszText)
+{
+    for (int iNumber = 0; iNumber < 4 && pszText != nullptr; ++iNumber) {
+        double dNumber = 0;
+        if (iNumber > 0 && *pszText++ != ',')
+            return false;
+        pszText = Decimal_FromText(pszText, &dNumber);
+    }
+    return pszText != nullptr;
+}
+
 /// Looks for one element at one place. Returns whether it is as it should be; only the first bad one of a file is told.
 static bool Check_Element(const SXMLParserContext *ptParser, const SideElement *ptElement, const Place &tPlace,
                           bool bTell)
 {
     const FilledText tElement = Fill_Key(ptElement->pszElement, tPlace);
+    const FilledText tNames = Fill_Name(ptElement->pszNames, tPlace);
     const char *pszText = Get_Text(ptParser, tElement);
-    const bool bLong = pszText != nullptr && strlen(pszText) >= WINDOW_TEXT_SIZE;
-    if (pszText != nullptr && pszText[0] != '\0' && !bLong)
+    const bool bWindow = strstr(ptElement->pszElement, "/window") != nullptr;
+    const bool bLong = bWindow && pszText != nullptr && strlen(pszText) >= WINDOW_TEXT_SIZE;
+    if (pszText != nullptr && !bLong && (bWindow ? Is_Window(pszText) : Is_Number(pszText)))
         return true;
-    if (bTell)
+    if (bTell && pszText == nullptr)
         Report_Bad(ptElement->pszFile,
-                   "element %s is %s, so %s has no value, every setter fails and no side file changes; %s",
-                   tElement.szText,
-                   pszText == nullptr ? "missing"
-                   : bLong            ? "too long"
-                                      : "empty",
-                   Fill_Name(ptElement->pszNames, tPlace).szText, SEED_ADVICE);
+                   "element %s is missing, so %s has no value, every setter fails and no side file changes; %s",
+                   tElement.szText, tNames.szText, SEED_ADVICE);
+    else if (bTell && bLong)
+        Report_Bad(ptElement->pszFile,
+                   "element %s has %zu characters of at most %d, so every setter fails and no side file changes; "
+                   "shorten it",
+                   tElement.szText, strlen(pszText), WINDOW_TEXT_SIZE - 1);
+    else if (bTell)
+        Report_Bad(ptElement->pszFile,
+                   "element %s holds \"%.40s\", which is no %s, so a read of %s answers nothing of use; write the "
+                   "parameter anew",
+                   tElement.szText, pszText, bWindow ? "window" : "number", tNames.szText);
     return false;
 }
 
@@ -84,17 +114,31 @@ static int Check_ElementEverywhere(const SXMLParserContext *ptParser, const Side
     return iBad;
 }
 
-/// Whether a file can be opened for writing, which changes nothing.
-static bool Check_Writable(const char *pszPath)
+/// Tells why a file cannot be opened, with what comes of it and what helps; never to make it anew where it may be
+/// there.
+static void Report_Closed(const char *pszPath, const char *pszConsequence, int iError)
 {
-    const int iFile = open(pszPath, O_RDWR | O_CLOEXEC);
-    if (iFile >= 0)
-        return close(iFile) == 0;
-    Report_Bad(pszPath,
-               "this user cannot write to it (%s), so a write is answered and told to configer, but its value "
-               "is not kept; let the web server's user write to it",
-               strerror(errno));
-    return false;
+    const char *pszUse = iError == ENOENT  ? "is missing"
+                         : iError == EROFS ? "is on a file system that is mounted read-only"
+                                           : "is closed to this user";
+    const bool bMode = iError == EACCES || iError == EPERM;
+    Report_Bad(pszPath, "%s (%s), so %s; %s",
+               iError == ENOENT || iError == EROFS || bMode ? pszUse : "cannot be opened", strerror(iError),
+               pszConsequence,
+               iError == ENOENT  ? SEED_ADVICE
+               : iError == EROFS ? "mount it writable"
+               : bMode           ? "let the web server's user read and write it, and enter its folder"
+                                 : "look at its file system");
+}
+
+/// Whether a file can be opened, which changes nothing. 0, or errno.
+static int Try_Open(const char *pszPath, int iHow)
+{
+    const int iFile = open(pszPath, iHow | O_CLOEXEC);
+    if (iFile < 0)
+        return errno;
+    close(iFile);
+    return 0;
 }
 
 /// ptFirst is the first of the file's elements; returns the first of the next file.
@@ -102,24 +146,27 @@ static const SideElement *Check_SideFile(const SideElement *ptFirst, const Camer
 {
     const char *pszPath = ptFirst->pszFile;
     SXMLParserContext *ptParser = nullptr;
-    const bool bThere = access(pszPath, R_OK) == 0;
-    const int iError = errno;
-    const int iParsed = Open_XMLFile(pszPath, "camera-check", &ptParser);
+    const int iReadError = Try_Open(pszPath, O_RDONLY);
+    const int iWriteError = iReadError == 0 ? Try_Open(pszPath, O_RDWR) : 0;
+    const bool bParsed = iReadError == 0 && Open_XMLFile(pszPath, "camera-check", &ptParser) == 0;
     const SideElement *ptElement = ptFirst;
     int iBad = 0;
-    for (; ptElement->pszFile == pszPath || (ptElement->pszFile != nullptr && strcmp(ptElement->pszFile, pszPath) == 0);
-         ++ptElement)
-        if (iParsed == 0 && bThere)
+    for (; ptElement->pszFile != nullptr && strcmp(ptElement->pszFile, pszPath) == 0; ++ptElement)
+        if (bParsed)
             iBad += Check_ElementEverywhere(ptParser, ptElement, tShape, iBad == 0);
     SXMLParser_Release(&ptParser);
-    if (iParsed != 0 || !bThere)
+    if (iReadError != 0)
+        Report_Closed(pszPath, "its values are answered by an error, every setter fails and no side file changes",
+                      iReadError);
+    else if (!bParsed)
         Report_Bad(pszPath,
-                   "%s, so its values are answered by an error, every setter fails and no side file changes; %s",
-                   bThere ? "its elements do not nest" : strerror(iError), SEED_ADVICE);
+                   "its elements do not nest, so its values are answered by an error, every setter fails and no side "
+                   "file changes; mend it by hand, as nothing else holds its values");
     else if (iBad > 1)
-        Report_Bad(pszPath, "%d elements in all are missing, empty or too long", iBad);
-    const bool bWritable = !bThere || Check_Writable(pszPath);
-    if (bThere && iParsed == 0 && iBad == 0 && bWritable)
+        Report_Bad(pszPath, "%d elements in all are like that", iBad);
+    if (iWriteError != 0)
+        Report_Closed(pszPath, "a write is answered and told to configer, but its value is not kept", iWriteError);
+    if (bParsed && iBad == 0 && iWriteError == 0)
         Report_Good(pszPath, "has an element for everything that the camera announces, and can be written");
     return ptElement;
 }
@@ -131,13 +178,14 @@ static void Check_Folder(const char *pszFile)
     const int iFolder = open(szFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     struct statvfs tStatus = {};
     if (iFolder < 0 || fstatvfs(iFolder, &tStatus) != 0) {
-        Report_Bad(szFolder, "%s; make it, and let the web server's user enter and read it", strerror(errno));
+        Report_Bad(szFolder, "%s, so nothing keeps writes of its files apart; %s", strerror(errno),
+                   errno == ENOENT ? "make it" : "let the web server's user enter and read it");
         return;
     }
     const unsigned long long dwRoom = static_cast<unsigned long long>(tStatus.f_bavail) * tStatus.f_frsize;
     if (flock(iFolder, LOCK_SH | LOCK_NB) != 0)
         Report_Bad(szFolder,
-                   "somebody holds the lock on it, for which each request waits up to 12 seconds; look again, "
+                   "somebody holds the lock on it, for which each request waits up to 10 seconds; look again, "
                    "and end who holds it (/proc/locks)");
     else if (dwRoom < ROOM_NEEDED)
         Report_Bad(szFolder, "%llu bytes are left, so a value that grows is not kept; make room", dwRoom);
@@ -146,8 +194,29 @@ static void Check_Folder(const char *pszFile)
     close(iFolder);
 }
 
+/// Whether the capability file can be read at all.
+static bool Check_CapabilityFile()
+{
+    static constexpr char CONSEQUENCE[] = "VideoInput.*.Capabilities.MinBitrate and MaxBitrate answer 4 and 8000";
+    const int iError = Try_Open(g_szCapabilityFile, O_RDONLY);
+    SXMLParserContext *ptParser = nullptr;
+    const bool bParsed = iError == 0 && Open_XMLFile(g_szCapabilityFile, "camera-check", &ptParser) == 0;
+    SXMLParser_Release(&ptParser);
+    if (bParsed)
+        return true;
+    Report_Bad(g_szCapabilityFile, "%s%s%s, so %s; %s",
+               iError == 0        ? "its elements do not nest"
+               : iError == ENOENT ? "is missing"
+                                  : "cannot be read by this user",
+               iError == 0 ? "" : ": ", iError == 0 ? "" : strerror(iError), CONSEQUENCE,
+               iError == 0 || iError == ENOENT ? "install the firmware's own" : "let the web server's user read it");
+    return false;
+}
+
 static void Check_Ranges(const CameraShape &tShape)
 {
+    if (!Check_CapabilityFile())
+        return;
     int iLooked = 0;
     int iBad = 0;
     for (int32_t iChannel = 0; iChannel < tShape.iChannels; ++iChannel) {

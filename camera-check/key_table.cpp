@@ -10,6 +10,13 @@ const CodecWords g_atCodecWords[] = {
     {nullptr, nullptr},
 };
 
+const char *const g_apszSoundCodec[] = {
+    "h264",
+    "mpeg4",
+    "h265",
+    nullptr,
+};
+
 const KeyUse g_atKeyUse[] = {
     {"audioin_c{input}_alarm_enable", 4, true, nullptr, nullptr, "capability_audio_alarm", "1", "AudioInput.Alarm.Enabled", "internal error"},
     {"audioin_c{input}_alarm_enable", 4, true, nullptr, nullptr, "capability_audio_alarm", "1", "AudioInput.{input}.Alarm.Enabled", "internal error"},
@@ -99,8 +106,8 @@ const KeyUse g_atKeyUse[] = {
     {"network_ipaddress", 0, false, nullptr, nullptr, nullptr, nullptr, "Network.{network}.StaticIpAddress", nullptr},
     {"network_ipv6_addonprefixlen", 512, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.CurrentPrefixLength", "internal error"},
     {"network_resetip", 4, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.Dhcp", "internal error"},
-    {"network_router", 512, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.StaticDefaultGateway", "internal error"},
-    {"network_router", 512, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.CurrentDefaultGateway", "internal error"},
+    {"network_router", 512, false, nullptr, nullptr, nullptr, nullptr, "Network.{network}.StaticDefaultGateway", "internal error"},
+    {"network_router", 512, false, nullptr, nullptr, nullptr, nullptr, "Network.{network}.CurrentDefaultGateway", "internal error"},
     {"network_rtsp_port", 512, true, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.{codec}.{stream}.Rtsp.Port", "internal error"},
     {"network_rtsp_port", 512, true, nullptr, nullptr, nullptr, nullptr, "AudioInput.{input}.Rtsp.Port", "internal error"},
     {"network_rtsp_port", 512, true, nullptr, nullptr, nullptr, nullptr, "Storage.{device}.Capabilities.Rtsp.Port", "internal error"},
@@ -110,11 +117,11 @@ const KeyUse g_atKeyUse[] = {
     {"network_subnet", 512, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.CurrentSubnetMask", "internal error"},
     {"system_date", 0, false, nullptr, nullptr, nullptr, nullptr, "General.DateTime.CurrentUTCDateTime", nullptr},
     {"system_daylight_enable", 2, true, nullptr, nullptr, nullptr, nullptr, "General.DateTime.CurrentUTCDateTime", "a write: internal error"},
-    {"system_hostname", 512, true, nullptr, nullptr, nullptr, nullptr, "General.UnitName", "internal error"},
+    {"system_hostname", 512, false, nullptr, nullptr, nullptr, nullptr, "General.UnitName", "internal error"},
     {"system_info_extendedmodelname", 512, true, nullptr, nullptr, nullptr, nullptr, "General.Brand.ModelName", "internal error"},
     {"system_info_firmwareversion", 512, true, nullptr, nullptr, nullptr, nullptr, "General.FirmwareVersion", "internal error"},
     {"system_info_serialnumber", 14, true, nullptr, nullptr, nullptr, nullptr, "Network.{network}.MacAddress", "answers the hardware address of eth0"},
-    {"system_ntp", 512, true, nullptr, nullptr, nullptr, nullptr, "Network.Services.Ntp.ServerAddress", "internal error"},
+    {"system_ntp", 512, false, nullptr, nullptr, nullptr, nullptr, "Network.Services.Ntp.ServerAddress", "internal error"},
     {"system_time", 0, false, nullptr, nullptr, nullptr, nullptr, "General.DateTime.CurrentUTCDateTime", nullptr},
     {"system_timezoneindex", 5, true, nullptr, nullptr, nullptr, nullptr, "General.DateTime.CurrentUTCDateTime", "internal error"},
     {"system_timezoneindex", 5, true, nullptr, nullptr, nullptr, nullptr, "General.DateTime.CurrentUTCDateTime", "a write: internal error"},
@@ -148,7 +155,7 @@ const SideElement g_atSideElement[] = {
     {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/contrast", nullptr, "VideoInput.{channel}.Contrast"},
     {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/saturation", nullptr, "VideoInput.{channel}.Saturation"},
     {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/s{stream}/{codec}/gop", "h265,mpeg4,h264", "VideoInput.{channel}.{codec}.{stream}.GopSize"},
-    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/window", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.Position"},
+    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/window", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.Position, VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold"},
     {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/threshold", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold"},
     {"/etc/conf.d/config_quorvexSystem.xml", "ntpinterval", nullptr, "Network.Services.Ntp.PollInterval"},
     {"/etc/conf.d/config_quorvexSystem.xml", "storage/c{channel}/devicenum", nullptr, "VideoInput.{channel}.Storage.DeviceNum"},

@@ -26,6 +26,7 @@ struct KeyWalk {
     int32_t iNotThere;    ///< keys that are only written and that the camera lacks
     char szNotThere[128]; ///< the first of them
     int32_t iUnknown;     ///< keys that nobody could tell anything of, each after a wait
+    bool bAnswers;        ///< the daemon answers for those that it keeps to itself
 };
 
 } // namespace
@@ -40,7 +41,7 @@ static KeyFault Look_Up(const char *pszKey, size_t uSize, char (&szValue)[VALUE_
         return KEY_TOO_LONG;
     case SNAPSHOT_NO_SUCH_KEY:
         return KEY_MISSING;
-    case SNAPSHOT_NOT_LOOKED:
+    case SNAPSHOT_UNAVAILABLE:
         break;
     }
     return KEY_UNKNOWN;
@@ -64,15 +65,14 @@ static bool Is_Announced(const char *pszName, const CameraShape &tShape)
     return bAll;
 }
 
-/// Whether a stream's name is that of the channel's sound: the first stream of these codecs.
+/// Whether a stream's name is that of the channel's sound.
 static bool Carries_Sound(const Place &tPlace, const CameraShape &tShape)
 {
-    static constexpr const char *CODECS[] = {"h264", "mpeg4", "h265"};
-    for (const char *pszCodec : CODECS) {
+    for (const char *const *ppszCodec = g_apszSoundCodec; *ppszCodec != nullptr; ++ppszCodec) {
         for (int32_t iStream = 0; iStream < tShape.iStreams; ++iStream) {
             Place tOther = tPlace;
             Enter_Stream(&tOther, tPlace.iChannel, iStream, tShape.iStreams);
-            if (strcmp(tOther.szCodec, pszCodec) == 0)
+            if (strcmp(tOther.szCodec, *ppszCodec) == 0)
                 return iStream == tPlace.iStream;
         }
     }
@@ -115,6 +115,8 @@ static bool Is_Used(const KeyUse *ptUse, const Place &tPlace, const CameraShape 
     char szValue[VALUE_SIZE];
     const bool bSound = Is_Sound(ptUse);
     if (!Is_Announced(ptUse->pszName, tShape))
+        return false;
+    if (tPlace.iStream != PLACE_NONE && tPlace.szCodec[0] == '\0' && Has(ptUse->pszName, "{codec}"))
         return false;
     if (ptUse->pszCodecs != nullptr && tPlace.szCodec[0] != '\0' && !Has(ptUse->pszCodecs, tPlace.szCodec))
         return false;
@@ -177,7 +179,8 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
             snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
         // A write needs no value; to ask for it has cost a wait all the same.
         ptWalk->iUnknown += eFault == KEY_UNKNOWN ? 1 : 0;
-        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0))
+        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
+            ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers))
             eFault = KEY_FINE;
         if (eFault == KEY_FINE || (ptUse->pszWithout == nullptr && eFault != KEY_UNKNOWN) ||
             (eFault == KEY_EMPTY && eSaid == KEY_EMPTY && strcmp(ptUse->pszName, ptUse[-1].pszName) == 0))
@@ -237,6 +240,124 @@ static void Check_KeyEverywhere(KeyWalk *ptWalk, const KeyUse *ptFirst, const Ke
     }
 }
 
+// The counts and codecs that the camera announces.
+
+/// Whether the camera has any key of the table at an index, all others being 0; true when nobody can tell.
+static bool Has_AnyKey(const char *pszPlaceholder, int32_t iIndex)
+{
+    Place tPlace = {0, 0, 0, 0, 0, PLACE_NONE, PLACE_NONE, "", ""};
+    const struct {
+        const char *pszPlaceholder;
+        int32_t Place::*piIndex;
+    } atIndexes[] = {{"{channel}", &Place::iChannel},
+                     {"{stream}", &Place::iStream},
+                     {"{window}", &Place::iWindow},
+                     {"{input}", &Place::iInput},
+                     {"{output}", &Place::iOutput}};
+    for (const auto &tIndex : atIndexes)
+        if (strcmp(tIndex.pszPlaceholder, pszPlaceholder) == 0)
+            tPlace.*tIndex.piIndex = iIndex;
+    char szValue[VALUE_SIZE];
+    const char *pszBefore = "";
+    for (const KeyUse *ptUse = g_atKeyUse; ptUse->pszKey != nullptr; pszBefore = ptUse++->pszKey) {
+        if (strcmp(ptUse->pszKey, pszBefore) == 0 || !Has(ptUse->pszKey, pszPlaceholder))
+            continue;
+        for (const CodecWords *ptCodec = g_atCodecWords; ptCodec->pszCamera != nullptr; ++ptCodec) {
+            snprintf(tPlace.szCodec, sizeof tPlace.szCodec, "%s", ptCodec->pszCamera);
+            if (Look_Up(Fill_Key(ptUse->pszKey, tPlace), VALUE_SIZE, szValue) != KEY_MISSING)
+                return true;
+            if (!Has(ptUse->pszKey, "{codec}"))
+                break;
+        }
+    }
+    return false;
+}
+
+/// Holds a count against the keys that are there: those behind the last that has any are one fault of the count, not
+/// one of each of their keys. Returns the count of those that are worth a look.
+static int32_t Check_Count(KeyWalk *ptWalk, const char *pszKey, const char *pszPlaceholder, const char *pszWhat,
+                           int32_t iShape)
+{
+    const int32_t iAnnounced = Read_KeyNumber<8>(pszKey);
+    int32_t iThere = iShape;
+    while (iThere > 1 && !Has_AnyKey(pszPlaceholder, iThere - 1))
+        --iThere;
+    if (iThere < iShape)
+        Report_Bad(pszKey, "announces %d %s, but the camera has no key of those behind number %d; set it to %d",
+                   iAnnounced, pszWhat, iThere, iThere);
+    else if (iAnnounced > SHAPE_MAX)
+        Report_Bad(pszKey, "announces %d %s, of which the first %d are looked at; set it to how many there are",
+                   iAnnounced, pszWhat, SHAPE_MAX);
+    else
+        return iThere;
+    ++ptWalk->iBad;
+    return iThere;
+}
+
+static void Check_Counts(KeyWalk *ptWalk)
+{
+    const struct {
+        const char *pszKey;
+        const char *pszPlaceholder;
+        const char *pszWhat;
+        int32_t CameraShape::*piCount;
+    } atCounts[] = {{"capability_nvideoin", "{channel}", "video inputs", &CameraShape::iChannels},
+                    {"capability_nmediastream", "{stream}", "streams", &CameraShape::iStreams},
+                    {"capability_nmotion", "{window}", "motion windows", &CameraShape::iWindows},
+                    {"capability_naudioin", "{input}", "audio inputs", &CameraShape::iInputs},
+                    {"capability_ndo", "{output}", "outputs", &CameraShape::iOutputs}};
+    for (const auto &tCount : atCounts) {
+        int32_t &iCount = ptWalk->tShape.*tCount.piCount;
+        iCount = Check_Count(ptWalk, tCount.pszKey, tCount.pszPlaceholder, tCount.pszWhat, iCount);
+    }
+}
+
+/// Words of a list that are no codecs of the platform: nothing is kept or asked for them.
+static void Check_CodecList(const CameraShape &tShape)
+{
+    char szCodecs[sizeof tShape.szCodecs];
+    char *pszRest = nullptr;
+    snprintf(szCodecs, sizeof szCodecs, "%s", tShape.szCodecs);
+    for (char *pszWord = strtok_r(szCodecs, ", ", &pszRest); pszWord != nullptr;
+         pszWord = strtok_r(nullptr, ", ", &pszRest))
+        if (Get_PlatformWord(pszWord)[0] == '\0')
+            Report_Good("capability_videoin_codec",
+                        "\"%s\" is a codec that the platform has no name for; it is passed over", pszWord);
+}
+
+/// Streams of a codec without a word on the platform: no parameter reaches them, and no other key of theirs is looked
+/// at.
+static void Check_Codecs(KeyWalk *ptWalk)
+{
+    for (int32_t iChannel = 0; iChannel < ptWalk->tShape.iChannels; ++iChannel) {
+        for (int32_t iStream = 0; iStream < ptWalk->tShape.iStreams; ++iStream) {
+            const CameraKey tKey = Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream);
+            char szCodec[VALUE_SIZE];
+            if (Look_Up(tKey, sizeof Place::szCodec, szCodec) != KEY_FINE || Get_PlatformWord(szCodec)[0] != '\0')
+                continue;
+            ++ptWalk->iBad;
+            Report_Bad(tKey,
+                       "\"%s\" is a codec that the platform has no name for, so no parameter reaches this stream; "
+                       "set it to mjpeg, mpeg4, h264 or h265, or leave the stream out of capability_nmediastream",
+                       szCodec);
+        }
+    }
+}
+
+static void Check_SerialNumber(KeyWalk *ptWalk)
+{
+    static constexpr char KEY[] = "system_info_serialnumber";
+    static constexpr size_t MAC_DIGITS = 12;
+    char szSerial[VALUE_SIZE];
+    if (Look_Up(KEY, MAC_DIGITS + 2, szSerial) != KEY_FINE || strspn(szSerial, "0123456789abcdefABCDEF") >= MAC_DIGITS)
+        return;
+    ++ptWalk->iBad;
+    Report_Bad(KEY,
+               "\"%s\" does not begin with the %zu hexadecimal digits of a hardware address, so Network.1.MacAddress "
+               "answers none; set it to the address, or leave the key out where that of eth0 will do",
+               szSerial, MAC_DIGITS);
+}
+
 static void Check_Shape(const CameraShape &tShape)
 {
     if (tShape.iChannels < 1 || tShape.iChannels > VIDEO_CHANNEL_MAX || tShape.iStreams < 1)
@@ -250,10 +371,14 @@ static void Check_Shape(const CameraShape &tShape)
                     tShape.iChannels, tShape.iStreams, tShape.iWindows, tShape.szCodecs, tShape.iInputs);
 }
 
-void Check_Keys()
+void Check_Keys(const DaemonHealth &tDaemon)
 {
-    KeyWalk tWalk = {Read_Shape(), 0, 0, 0, "", 0};
+    KeyWalk tWalk = {Read_Shape(), 0, 0, 0, "", 0, tDaemon.bAnswers};
+    Check_Counts(&tWalk);
     Check_Shape(tWalk.tShape);
+    Check_CodecList(tWalk.tShape);
+    Check_Codecs(&tWalk);
+    Check_SerialNumber(&tWalk);
     for (const KeyUse *ptFirst = g_atKeyUse; ptFirst->pszKey != nullptr && tWalk.iUnknown < UNKNOWN_MAX;) {
         const KeyUse *ptEnd = ptFirst;
         while (ptEnd->pszKey != nullptr && strcmp(ptEnd->pszKey, ptFirst->pszKey) == 0)
@@ -261,10 +386,12 @@ void Check_Keys()
         Check_KeyEverywhere(&tWalk, ptFirst, ptEnd);
         ptFirst = ptEnd;
     }
-    if (tWalk.iUnknown >= UNKNOWN_MAX && tWalk.iBad > 0)
-        Report_Bad("keys", "the rest is not looked at; see to those first that cannot be looked up");
+    if (tWalk.iUnknown >= UNKNOWN_MAX && (tWalk.iBad > 0 || !tWalk.bAnswers))
+        Report_Bad("keys", "the rest is not looked at; see to %s first",
+                   tWalk.bAnswers ? "those that cannot be looked up" : "configer");
     else if (tWalk.iBad == 0)
-        Report_Good("keys", "%d that parameters look at, each with a value that fits", tWalk.iLooked);
+        Report_Good("keys", "%d that parameters look at, each with a value that fits%s", tWalk.iLooked,
+                    tWalk.bAnswers ? "" : ", but for those that configer keeps to itself");
     if (tWalk.iNotThere > 0)
         Report_Good("written keys", "%d are not there, the first %s; a write tells configer all the same",
                     tWalk.iNotThere, tWalk.szNotThere);

@@ -26,8 +26,16 @@ CameraShape Read_Shape()
                           access(PTZ_PID_FILE, R_OK) == 0,
                           Read_Count("capability_supportsd") == 1,
                           ""};
-    Read_CutKey(tShape.szCodecs, sizeof tShape.szCodecs, "capability_videoin_codec");
+    Read_KeyTruncated(tShape.szCodecs, sizeof tShape.szCodecs, "capability_videoin_codec");
     return tShape;
+}
+
+const char *Get_PlatformWord(const char *pszCodec)
+{
+    for (const CodecWords *ptWords = g_atCodecWords; ptWords->pszCamera != nullptr; ++ptWords)
+        if (strcmp(ptWords->pszCamera, pszCodec) == 0)
+            return ptWords->pszPlatform;
+    return "";
 }
 
 void Enter_Stream(Place *ptPlace, int32_t iChannel, int32_t iStream, int32_t iStreams)
@@ -36,8 +44,12 @@ void Enter_Stream(Place *ptPlace, int32_t iChannel, int32_t iStream, int32_t iSt
     ptPlace->iStream = iStream;
     ptPlace->iPath = iStream + iChannel * iStreams;
     ptPlace->iRank = 0;
-    ptPlace->szCodec[0] = '\0';
     Read_Key(ptPlace->szCodec, sizeof ptPlace->szCodec, Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream));
+    if (Get_PlatformWord(ptPlace->szCodec)[0] == '\0') {
+        ptPlace->szCodec[0] = '\0';
+        ptPlace->iRank = PLACE_NONE;
+        return;
+    }
     for (int32_t iBefore = 0; iBefore < iStream; ++iBefore) {
         char szCodec[sizeof ptPlace->szCodec] = "";
         Read_Key(szCodec, sizeof szCodec, Make_Key("videoin_c%d_s%d_codectype", iChannel, iBefore));
@@ -45,15 +57,7 @@ void Enter_Stream(Place *ptPlace, int32_t iChannel, int32_t iStream, int32_t iSt
     }
 }
 
-static const char *Get_PlatformWord(const char *pszCodec)
-{
-    for (const CodecWords *ptWords = g_atCodecWords; ptWords->pszCamera != nullptr; ++ptWords)
-        if (strcmp(ptWords->pszCamera, pszCodec) == 0)
-            return ptWords->pszPlatform;
-    return "";
-}
-
-/// What stands for one placeholder; empty: it stays.
+/// What stands for one placeholder; "*" for one that the place leaves open.
 static void Fill_One(const char *pszWord, size_t uLength, const Place &t, bool bName, char *pszText, size_t uSize)
 {
     const struct {
@@ -65,18 +69,24 @@ static void Fill_One(const char *pszWord, size_t uLength, const Place &t, bool b
                      {"window", t.iWindow},
                      {"stream", bName ? t.iRank : t.iStream},
                      {"path", t.iPath},
-                     {"index2", t.iRank}};
+                     {"index2", t.iRank},
+                     // Names whose number may be any.
+                     {"device", bName ? 0 : PLACE_NONE},
+                     {"head", bName ? 0 : PLACE_NONE},
+                     {"line", bName ? 0 : PLACE_NONE},
+                     {"network", bName ? 0 : PLACE_NONE}};
     const struct {
         const char *pszWord;
         const char *pszText;
     } atTexts[] = {{"codec", bName ? Get_PlatformWord(t.szCodec) : t.szCodec}, {"mode", t.szMode}};
-    pszText[0] = '\0';
+    snprintf(pszText, uSize, "*");
     for (const auto &tNumber : atNumbers)
         if (strlen(tNumber.pszWord) == uLength && memcmp(tNumber.pszWord, pszWord, uLength) == 0 &&
             tNumber.iNumber != PLACE_NONE)
             snprintf(pszText, uSize, "%d", tNumber.iNumber + (bName ? 1 : 0));
     for (const auto &tText : atTexts)
-        if (strlen(tText.pszWord) == uLength && memcmp(tText.pszWord, pszWord, uLength) == 0)
+        if (strlen(tText.pszWord) == uLength && memcmp(tText.pszWord, pszWord, uLength) == 0 &&
+            tText.pszText[0] != '\0')
             snprintf(pszText, uSize, "%s", tText.pszText);
 }
 

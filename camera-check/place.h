@@ -4,13 +4,13 @@
 #include <stddef.h>
 #include <stdint.h>
 
-constexpr int32_t PLACE_NONE = -1; ///< the placeholder stays as it is
+constexpr int32_t PLACE_NONE = -1; ///< the place leaves it open: "*" stands for the placeholder
 
 struct Place {
     int32_t iChannel, iInput, iOutput, iWindow, iStream;
     int32_t iPath;    ///< number of an RTSP name, which count across the channels
     int32_t iRank;    ///< of the stream among those of its codec
-    char szCodec[10]; ///< the camera's word; empty: not known
+    char szCodec[10]; ///< the camera's word; empty: none that the platform has a word for
     char szMode[4];
 };
 
@@ -28,6 +28,9 @@ CameraShape Read_Shape();
 constexpr int32_t SHAPE_MAX = 100;
 
 constexpr Place NO_PLACE = {PLACE_NONE, PLACE_NONE, PLACE_NONE, PLACE_NONE, PLACE_NONE, PLACE_NONE, PLACE_NONE, "", ""};
+
+/// The platform's word for a codec of the camera; empty when it has none.
+const char *Get_PlatformWord(const char *pszCodec);
 
 /// Enters a stream of a channel, with its codec as the camera's key has it and what follows from both.
 void Enter_Stream(Place *ptPlace, int32_t iChannel, int32_t iStream, int32_t iStreams);

@@ -2,6 +2,7 @@
 // would write is shown and never written. Keys and ranges: the build gives the real functions, of which these take the
 // place, names that begin with "Real_". Side files: the door (side_value.h) is this file's, so that no setter of any
 // parameter can write one; the real one is not in the program.
+#include "ask.h"
 #include "explain.h"
 #include "key_table.h"
 #include "report.h"
@@ -12,6 +13,7 @@
 #include "sidestore/side_image.h"
 #include "sidestore/side_value.h"
 
+#include <errno.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -57,13 +59,25 @@ int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t 
     return Configer_LookUp(pszXPath, pszOutput, uSize) == SNAPSHOT_READ ? 0 : -1;
 }
 
+/// Asks the daemon for a key in the place of setting it, as it fails and waits alike. Null, or why it would fail.
+static const char *Find_Silence(const char *pszKey)
+{
+    char szReply[1024];
+    if (Ask_Configer(pszKey, szReply, sizeof szReply) == 0)
+        return nullptr;
+    return errno != 0 ? strerror(errno) : "its answer is too long";
+}
+
 int Set_Configer(const char *pszKey, const char *pszValue)
 {
     char szPayload[CONFIGER_SET_SIZE];
     const int iResult = Compose_Set(pszKey, pszValue, szPayload);
+    const char *pszSilence = iResult == 0 ? Find_Silence(pszKey) : nullptr;
     Report_Say(iResult == 0 ? "  set   (not sent) " : "  set   refused, there is a line end in or nothing left of ");
     Say_Quoted(szPayload);
-    return iResult;
+    if (pszSilence != nullptr)
+        Report_Say("        fails, configer gives no answer: %s\n", pszSilence);
+    return pszSilence == nullptr ? iResult : -1;
 }
 
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel)
@@ -111,13 +125,16 @@ static const char *Find_Obstacle(const SidePlace &tPlace, const char *pszText)
         return "the value cannot be kept";
     const bool bImage = Create_QuorvexXMLFile_DataStructure() == 0;
     const bool bPlace = bImage && Put_InImage(tPlace, pszText) == 0;
+    const SideFile eFile = Make_SidePath(tPlace).eFile;
+    const bool bLoses = bPlace && Loses_Elements(eFile);
     Release_QuorvexXMLFile_Data();
     if (!bImage)
         return "a file, a key of the shape or an element is missing";
     if (!bPlace)
         return "there is no such element";
-    return access(g_apszSideFile[Make_SidePath(tPlace).eFile], W_OK) == 0 ? nullptr
-                                                                          : "this user cannot write to the file";
+    if (bLoses)
+        return "elements would be lost that no key has said to be gone";
+    return access(g_apszSideFile[eFile], W_OK) == 0 ? nullptr : "this user cannot write to the file";
 }
 
 int Store_SideText(const SidePlace &tPlace, const char *pszText)

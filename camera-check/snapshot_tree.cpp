@@ -98,9 +98,7 @@ static void End_Chain(Walk *ptWalk, Level *ptLevel, void (*pfnKey)(const TreeKey
     ++ptWalk->ptSummary->dwKeys;
     if (pfnKey == nullptr)
         return;
-    SnapshotSegment tLookup = *ptWalk->ptSegment;
-    tLookup.bDamaged = false;
-    tLookup.dwStepsLeft = tLookup.dwSize / static_cast<uint32_t>(sizeof(SnapshotNode));
+    SnapshotSegment tLookup = View_Segment(ptWalk->ptSegment->pcBase, ptWalk->ptSegment->dwSize);
     ptKey->pszKey = ptWalk->szPath;
     ptKey->bReachable = GetElementByXPath(&tLookup, ptWalk->szPath, ptLevel->uPathLength) == ptLevel->dwParent;
     pfnKey(ptKey, pUserData);
@@ -163,9 +161,7 @@ int Copy_Segment(const void *pSegment, size_t uSize, SnapshotSegment *ptCopy)
     if (pCopy == nullptr)
         return -1;
     memcpy(pCopy, pSegment, uSize);
-    *ptCopy = {static_cast<const char *>(pCopy), static_cast<uint32_t>(uSize), 0, 0, false};
-    if (uSize >= sizeof ptCopy->dwDaemonBase)
-        memcpy(&ptCopy->dwDaemonBase, pCopy, sizeof ptCopy->dwDaemonBase);
+    *ptCopy = View_Segment(pCopy, static_cast<uint32_t>(uSize));
     return 0;
 }
 

@@ -35,12 +35,14 @@ option(PARAM_STATIC "Link param.cgi statically, at a fixed address: it starts so
 # libraries that CMake adds for C++: the C library is all that it needs, and a camera's toolchain may have no other.
 macro(make_camera_program target)
     set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
-    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src/common/no_unwinder.cpp)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src/common/no_unwinder.cpp
+                   ${PROJECT_SOURCE_DIR}/src/common/build_note.cpp)
+    # The one place that holds the version is the project's.
+    target_compile_definitions(${target} PRIVATE PARAM_VERSION="${PROJECT_VERSION}" PARAM_PROGRAM_NAME="${target}")
+    target_include_directories(${target} PRIVATE ${PROJECT_BINARY_DIR})
+    add_dependencies(${target} build_id)
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE C RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
     target_link_options(${target} PRIVATE -Wl,--gc-sections)
-    if(NOT PARAM_SANITIZE)
-        target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
-    endif()
     if(PARAM_STATIC)
         target_link_options(${target} PRIVATE -static -no-pie)
     endif()

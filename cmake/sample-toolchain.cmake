@@ -3,7 +3,7 @@
 #   cmake -B build/camera -G Ninja -DCMAKE_TOOLCHAIN_FILE=/path/to/your-copy.cmake \
 #         -DCMAKE_BUILD_TYPE=Release
 #   cmake --build build/camera
-#   DESTDIR=/path/to/rootfs cmake --install build/camera --prefix /usr
+#   DESTDIR=/path/to/rootfs cmake --install build/camera --prefix /usr --strip
 #
 # docs/firmware.md tells what else the camera must have.
 

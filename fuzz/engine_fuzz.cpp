@@ -118,13 +118,13 @@ template <size_t N> static bool Ends(const char (&acField)[N]) { return memchr(a
 static void Run_States(ParamContext *ptContext)
 {
     bool bItem = false;
-    for (int iCall = 0; ptContext->iState != PARAM_STATE_Finish && iCall < PARAM_CALL_LIMIT; iCall++) {
+    for (int iCall = 0; ptContext->iState != PARAM_STATE_FINISH && iCall < PARAM_CALL_LIMIT; iCall++) {
         const int32_t iState = ptContext->iState, iLength = ptContext->iOutputLen;
-        Require(iState > PARAM_STATE_Initial && iState < PARAM_STATE_Finish, "every state is one that can be run");
-        Require(iState != PARAM_STATE_Dispatch || !bItem, "an item has its line before the next begins");
-        bItem |= iState == PARAM_STATE_Dispatch;
+        Require(iState > PARAM_STATE_INITIAL && iState < PARAM_STATE_FINISH, "every state is one that can be run");
+        Require(iState != PARAM_STATE_DISPATCH || !bItem, "an item has its line before the next begins");
+        bItem |= iState == PARAM_STATE_DISPATCH;
         g_tParamStateRoutine[iState](ptContext);
-        if (iState == PARAM_STATE_Compose) {
+        if (iState == PARAM_STATE_COMPOSE) {
             Require(!bItem || ptContext->iOutputLen > iLength || iLength >= REPLY_LIMIT, "every item has a line");
             bItem = false;
         }
@@ -145,7 +145,7 @@ static void Run_Request(FuzzText *pacText)
     stdout = open_memstream(&pcPrinted, &uPrinted);
     auto *ptContext = static_cast<ParamContext *>(calloc(1, sizeof(ParamContext)));
     Require(stdin != nullptr && stdout != nullptr && ptContext != nullptr, "there is memory");
-    ptContext->iState = PARAM_STATE_Getenv;
+    ptContext->iState = PARAM_STATE_GETENV;
     InitiateVideoParam(ptContext);
     Run_States(ptContext);
 
@@ -154,7 +154,7 @@ static void Run_Request(FuzzText *pacText)
     stdin = ptStdin;
     stdout = ptStdout;
     const size_t uReply = strlen(ptContext->szOutput);
-    Require(ptContext->iState != PARAM_STATE_Finish ||
+    Require(ptContext->iState != PARAM_STATE_FINISH ||
                 (uPrinted > uReply && memcmp(pcPrinted + uPrinted - uReply, ptContext->szOutput, uReply) == 0),
             "the reply is printed last");
     free(pcPrinted);

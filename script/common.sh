@@ -3,7 +3,39 @@
 # shellcheck shell=bash disable=SC2034
 tree=$(dirname "$(dirname "$(realpath "$0")")")
 readonly tree
+
+# Prints what the head comment of the script says.
+print_head() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; }
+
 if [[ ${1-} == --help ]]; then
-    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    print_head
     exit 0
 fi
+
+# say TEXT: a word to whoever has started the script.
+say() { echo "$(basename "$0"): $1" >&2; }
+
+# fail TEXT [STATUS]: ends the script; the status is 1 if not said.
+fail() {
+    say "$1"
+    exit "${2-1}"
+}
+
+# For what runs inside the sandbox.
+
+readonly camera_log=/var/log/camera.log camera_messages=/var/log/simcam.messages
+
+# start_camera SIMCAM ARGUMENT...: starts the simulated camera, the program SIMCAM, and returns when it is ready.
+start_camera() {
+    "$1" --log "$camera_log" "${@:2}" 2>"$camera_messages" &
+    camera=$!
+    until grep -qs '^simcam: ready$' "$camera_messages"; do
+        kill -0 "$camera" 2>/dev/null || fail "$(cat "$camera_messages")"
+        sleep 0.01
+    done
+}
+
+stop_camera() {
+    kill -TERM "$camera"
+    wait "$camera" || fail "$(cat "$camera_messages")"
+}

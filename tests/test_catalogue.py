@@ -1,6 +1,6 @@
 """Holds the parameter catalogue against the table, the sources and the documents, and plays every record of it through
 the real program on the simulated cameras: what it reads and writes, refuses and lacks, and what it does beyond its
-indexes. Holds script/conform against cameras that are well and cameras that are not."""
+indexes."""
 import contextlib
 import functools
 import json
@@ -13,7 +13,7 @@ import xml.etree.ElementTree
 import jsonschema
 import pytest
 
-from camera import CAMERA_WELL, Camera, start_request, start_server
+from camera import CAMERA_WELL, Camera, start_request
 from conftest import expand
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
@@ -112,6 +112,16 @@ def test_table():
     for row in ROWS:
         assert TABLE[row.template].indexes == len(FIRST[row.template]), row.template
         assert TABLE[row.template].writable == (row.record["access"] == "read-write"), row.template
+
+
+def test_waits():
+    """Those of the catalogue are those of the code."""
+    code = (TREE / "src/common/wait.cpp").read_text() + (TREE / "src/mapping/ptz_io.cpp").read_text()
+    assert {word: [int(1000 * wait["together"]), int(1000 * wait["each"])] for word, wait in BOOK["waits"].items()} == {
+        word: [int(together), int(each)] for together, each, word in re.findall(r"\{(\d+), (\d+)\}, +// (\w+)", code)}
+    figures = dict(re.findall(r"constexpr .*(ATTEMPTS|SECONDS) = (\d+);", code))
+    retry = BOOK["retries"]["ptz"]
+    assert figures == {"ATTEMPTS": str(retry["times"] + 1), "SECONDS": str(retry["seconds"])}
 
 
 def test_documents():
@@ -217,7 +227,8 @@ def test_sources(start, row, entry):
 
     def write_without(device):
         value = good_value(device, row, FIRST[row.template])
-        sets = book.sets_of(record, model_keys(RICH).keys() - {book.fill(entry["key"], values)}, values, value)
+        gone = book.fill(entry.get("key", ""), values)
+        sets = book.sets_of(record, model_keys(RICH).keys() - {gone}, values, value)
         answer = {"error": FAILED, "other keys": value}.get(missing, REFUSED)
         assert device.write(name, value) == (answer, sets if answer == value else [])
 
@@ -284,53 +295,3 @@ def test_a_name_that_begins_another(start):
     with start("dome") as device:
         assert device.ask("POST", "\r\n".join([*lines, ""])) == [lines[0], f"#error.{place}=501:{REFUSED}"]
         assert device.ask("POST", "\r\n".join([*lines[::-1], ""])) == lines[::-1]
-
-
-def run_conform(device, path, *options):
-    start_server(device.emulator)
-    return subprocess.run([TREE / "script/conform", "http://127.0.0.1:8080" + path, *options], capture_output=True, text=True)
-
-
-def conform(device, *options):
-    """The exit status, and the names that are said to be wrong."""
-    done = run_conform(device, "/cgi-bin/param.cgi", *options)
-    found = re.findall(r"^([A-Z]\S+)\n {4}.*\n {4}.*curl ", done.stdout, re.MULTILINE)
-    assert done.stderr == "" and f" {len(found)} wrong\n" in done.stdout
-    return done.returncode, found
-
-
-@pytest.mark.parametrize("model", MODELS)
-def test_conform(start, model):
-    with start(model, "key system_hostname=50% off") as device:
-        assert conform(device) == (0, []) and all("_mute=" in line for line in device.sets())
-        assert conform(device, "--write") == (0, [])
-        sets = "\n".join(device.sets())
-        assert sets.count("\n") > 40 and not re.search("^(system_(hostname|date|time|upd)|network_ipaddress)", sets, re.M)
-
-
-@pytest.mark.parametrize("change, names, options", [
-    ("key videoin_c0_s0_resolution=1x1", ["VideoInput.1.h264.1.Resolution"], []),
-    ("key capability_ndo=2", ["OutputPin.2.State"], []),
-    ("key network_subnet=255.255", ["Network.1.StaticSubnetMask", "Network.1.CurrentSubnetMask"], []),
-    ("key videoin_c0_s1_h264_bitrate=50000000", ["VideoInput.1.h264.2.Bitrate"], []),
-    ("side motion_c0_i2_window=0,0,2,1", ["VideoInput.1.Motion.ROI.3.Position"], []),
-    ("fail tampering_c0_duration", ["VideoInput.1.Tampering.TriggerDuration"], ["--write"])])
-def test_conform_finds(start, change, names, options):
-    with start("dome", change) as device:
-        assert conform(device, *options) == (1, names)
-
-
-def test_conform_is_told_another_page(start):
-    with start("dome") as device:
-        done = run_conform(device, "/")
-        assert (done.returncode, done.stdout) == (2, "") and "CompanyName is not answered. Does the address" in done.stderr
-
-
-def test_counts_that_disagree(start):
-    with start("dome") as device:
-        honest = device.reader.exchange
-        device.reader.exchange = lambda names: [
-            line.replace("StreamCount=2", "StreamCount=0").replace("Supported=true", "Supported=false")
-            for line in honest(names)]
-        wrong = {name for name, problem in book.check(BOOK, device.reader)[1] if re.search("match|CodecList", problem)}
-        assert wrong == {"VideoInput.1.h264.Capabilities.StreamCount", "VideoInput.1.Motion.Capabilities.RoiCount"}

@@ -1,12 +1,26 @@
 // The catalogue of parameters: its records, one per family, become the parameters that a camera has, by what the camera
 // announces.
 
-const INDEX_MAX = 99; // whatever is announced: an index of three digits takes the place of a part of the name
+import { pageTrouble } from "./protocol.js";
 
 export async function loadCatalogue() {
     const reply = await fetch("parameters.json");
-    if (!reply.ok) throw new Error(`parameters.json: the web server answered ${reply.status}`);
-    return reply.json();
+    if (!reply.ok) throw new Error(`parameters.json: the web server answered ${reply.status}.`);
+    const text = await reply.text();
+    const trouble = pageTrouble(text, reply.headers.get("content-type"));
+    if (trouble) throw new Error(`parameters.json: ${trouble}`);
+    try {
+        return JSON.parse(text);
+    } catch {
+        throw new Error("parameters.json is not whole.");
+    }
+}
+
+// What requests and replies go by.
+export function rulesOf(catalogue) {
+    const { limits, timeouts } = catalogue;
+    return { isAlone: aloneTest(catalogue), room: limits.items.max, replyMax: limits.reply.max,
+             timeLimit: timeouts.driver.seconds * 1000 };
 }
 
 const fill = (text, values) => text.replace(/\{(\w+)\}/g, (place, name) => values[name] ?? place);
@@ -14,7 +28,7 @@ const placeholdersOf = (text) => [...text.matchAll(/\{(\w+)\}/g)].map((match) =>
 const templateOf = (name) => name.replace(/\.\d+(?=\.|$)/g, ".#");
 
 // Tells the names whose answer spoils those of others in the same reply.
-export function aloneTest(catalogue) {
+function aloneTest(catalogue) {
     const templates = new Set(catalogue.parameters.filter((record) => record.type.of === "xml")
         .flatMap((record) => templateOf(record.name.replace(/\{\w+\}/g, "1"))));
     return (name) => templates.has(templateOf(name));
@@ -37,7 +51,9 @@ export function expand(catalogue, get) {
 
 class Counts {
     constructor(catalogue, get) {
-        Object.assign(this, { catalogue, get, bounds: new Set() });
+        this.catalogue = catalogue;
+        this.get = get;
+        this.bounds = new Set();
         // A count whose reading changes the camera is not asked for by itself; until somebody does, there is one.
         this.costly = new Set(catalogue.parameters.filter((record) => record.readWrites).map((record) => record.name));
     }
@@ -47,7 +63,7 @@ class Counts {
         const value = this.get(bound);
         this.bounds.add(bound);
         if (value === undefined) return this.costly.has(bound) ? 1 : 0;
-        return /^\d+$/.test(value) ? Math.min(INDEX_MAX, Number(value)) : 0;
+        return /^\d+$/.test(value) ? Math.min(this.catalogue.limits.index.max, Number(value)) : 0;
     }
 }
 
@@ -69,7 +85,7 @@ function makeParameter(catalogue, record, values) {
     const keys = keysOf(record, keyValues(catalogue, values));
     return {
         name, record, type, keys,
-        isWritable: "good" in record, // a sample of what a write takes: tests hold this against the table
+        isWritable: record.access === "read-write",
         changesCamera: record.readWrites !== undefined,
         needs: [type.list, type.min, type.max].filter((need) => typeof need === "string"),
         text: fold([name, record.label, record.meaning, ...keys].join("\n")),
@@ -92,10 +108,13 @@ function keysOf(record, values) {
 // One spelling for search: small letters, and any number of a stream for the open one.
 const fold = (text) => text.toLowerCase().replace(/_s(\d+|\{stream\})(?=_|$)/gm, "_s*");
 
-// All words of a search, each somewhere in name, label, meaning or keys.
-export function matcher(search) {
+// All words of a search, each somewhere in name, label, meaning, keys or value. Of a request or of a reply that was
+// pasted, its names.
+export function matcher(search, get) {
+    const pasted = [...search.matchAll(/req=([\w.]+)|([A-Z]\w*(?:\.\w+)+)=/g)].map((match) => match[1] ?? match[2]);
+    if (pasted.length) return ({ name }) => pasted.includes(name);
     const words = fold(search).split(/\s+/).filter(Boolean);
-    return (parameter) => words.every((word) => parameter.text.includes(word));
+    return ({ name, text }) => words.every((word) => text.includes(word) || fold(get(name) ?? "").includes(word));
 }
 
 // How a value that was written reads, and how one that was read is written.
@@ -111,7 +130,8 @@ export function choicesOf(type, get) {
 }
 
 export function rangeOf(type, get) {
-    return [type.min, type.max].map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null);
+    return [type.min, type.max].map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null)
+        .map((bound) => (bound === null ? null : Number(bound)));
 }
 
 // What a value looks like, in a few words.
@@ -126,10 +146,11 @@ export function describeType(type, get) {
     return type.kind === "time" ? "like 2024-02-29T22:59:59Z" : type.kind;
 }
 
-// What the catalogue says about an error: in general, and of this parameter.
-export function explain(catalogue, { record, type }, error, get) {
+// What the catalogue says about an error of a read or of a write: in general, and of this parameter.
+export function explain(catalogue, { record, type }, error, isRead, get) {
     const known = [...catalogue.messages, ...catalogue.refusals].find(({ says }) => says.includes(error));
-    const texts = known ? [`${known.when[0].toUpperCase()}${known.when.slice(1)}.`] : [];
+    const when = (isRead && known?.read) || known?.when;
+    const texts = known ? [`${when[0].toUpperCase()}${when.slice(1)}.`] : [];
     if (error === "An illegal setting parameter") texts.push(`It takes: ${describeType(type, get)}.`);
     if (error === "Internal error" && record.mayFail) texts.push(`Here it means: ${record.mayFail}.`);
     return texts.join(" ");

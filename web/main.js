@@ -1,88 +1,115 @@
 // Puts the page together: what the camera announces makes the tree, what is checked there makes the rows.
+import { loadCatalogue, rulesOf } from "./catalogue.js";
+import { Reference, offerComparison } from "./compare.js";
 import { Camera } from "./device.js";
-import { aloneTest, expand, loadCatalogue } from "./catalogue.js";
-import { find, say } from "./dom.js";
-import { followLog, showExchanges, showSimulator } from "./panels.js";
+import { ABOUT, Discovery } from "./discovery.js";
+import { copy, counted, download, find, say } from "./dom.js";
+import { showExchanges } from "./exchanges.js";
+import { toCsv, toJson, toLines } from "./files.js";
+import { namesAt, placesWithout, readLink, writeLink } from "./link.js";
+import { CANCELLED } from "./protocol.js";
+import { offerRawRequest } from "./raw.js";
 import { Row, sections } from "./rows.js";
+import { followLog, offerChanges } from "./simulator.js";
+import { showState } from "./status.js";
 import { Tree } from "./tree.js";
 
-const ABOUT = { "General.Brand.CompanyName": "", "General.Brand.ModelName": "", "General.UnitName": "",
-                "General.FirmwareVersion": "firmware ", "General.ProtocolVersion": "protocol " };
-const FIRST_SHOWN = /^General\./;
+const FIRST_SHOWN = "General";
+const PROBE_PAUSE = 5000; // ms, until a camera that is gone is asked again
+const LONG_AWAY = 60_000; // ms: who looks at the page again after that may find another camera
 
-const page = { parameters: new Map(), counts: new Map(), rows: new Map(), shown: new Set() };
+const page = { catalogue: null, camera: null, tree: null, discovery: null, reference: new Reference(),
+               parameters: new Map(), rows: new Map(), shown: new Set(), link: null, updateComparison: () => {} };
 
 async function start() {
     page.catalogue = await loadCatalogue();
-    page.camera = new Camera(aloneTest(page.catalogue));
-    page.tree = new Tree(find("tree"), show);
+    page.camera = new Camera(rulesOf(page.catalogue));
+    page.tree = new Tree(find("tree"), check, page.camera.get);
+    page.discovery = new Discovery(page.catalogue, page.camera, grow);
     watch(page.camera);
     listen();
+    showState(page.camera);
     showExchanges(page.camera);
-    showSimulator();
-    followLog(discover);
-    await discover();
-    const linked = decodeURIComponent(location.hash.slice(1)).split(",");
+    offerRawRequest(page.camera, (names) => readShown(names.filter((name) => page.shown.has(name))));
+    page.updateComparison = offerComparison({ camera: page.camera, reference: page.reference, show: reveal,
+                                              parameters: () => page.parameters, shown: () => [...page.rows.keys()] });
+    page.reference.addEventListener("change", updateAll);
+    offerChanges();
+    followLog(lookAgain, restart);
+    takeLink();
+    await page.discovery.look();
+    say(find("nothing"), "Choose parameters in the tree: the space bar or a click shows one, or all below a name.");
+}
+
+// What the address asks for, or the first view. Names that the camera may still announce are waited for.
+function takeLink() {
+    const { places, search, isEmpty, isSearch } = readLink(location.hash);
+    find("search").value = search;
+    page.link = { isSearch, places: isEmpty ? [FIRST_SHOWN] : places };
+    page.shown.clear();
+    followLink();
+}
+
+// Shows what is there of the link; the rest waits for the camera to tell all that it has.
+function followLink() {
+    if (!page.link) return;
     const names = [...page.parameters.keys()];
-    const first = names.filter((name) => linked.includes(name));
-    show(first.length ? first : names.filter((name) => FIRST_SHOWN.test(name)), true);
-}
-
-// Asks for the counts that make the tree, and for those that only then are known to matter, to the end.
-async function lookAround() {
-    const asked = new Set();
-    let [found, missing] = [null, Object.keys(ABOUT)];
-    while (missing.length) {
-        await page.camera.read(missing);
-        missing.forEach((name) => asked.add(name));
-        found = expand(page.catalogue, countOf);
-        missing = [...found.bounds].filter((name) => !asked.has(name) && !found.parameters.get(name)?.changesCamera);
-    }
-    grow(found);
-    page.isIncomplete = [...found.bounds].some((name) => page.camera.readings.get(name)?.trouble);
-}
-
-// One at a time; who asks meanwhile gets another one.
-async function discover() {
-    page.isStale = true;
-    page.discovery ??= (async () => {
-        while (page.isStale) {
-            page.isStale = false;
-            await lookAround();
-        }
-        page.discovery = null;
-    })();
-    await page.discovery;
-}
-
-// A camera that fails to tell a count still has what it had.
-const countOf = (name) => page.camera.get(name) ?? page.counts.get(name);
-
-function grow({ parameters, bounds }) {
-    const isSame = [...parameters.keys()].join() === [...page.parameters.keys()].join();
-    page.counts = new Map([...bounds].map((name) => [name, countOf(name)]));
-    page.parameters = parameters;
-    if (isSame) return;
-    page.tree.build(parameters);
-    search();
+    const found = searchTree();
+    const fresh = [...namesAt(page.link.places, names), ...page.link.isSearch ? found : []];
+    const absent = placesWithout(page.link.places, names);
+    const isOpen = page.discovery.isIncomplete;
+    fresh.forEach((name) => page.shown.add(name));
     arrange();
+    if (!isOpen && absent.length) say(find("notice"), `This camera has no ${absent.join(", ")}.`);
+    if (!isOpen && names.length) page.link = null;
+    readShown(fresh.filter((name) => !page.camera.readings.has(name)));
+}
+
+function grow(parameters) {
+    const isSame = [...parameters.keys()].join() === [...page.parameters.keys()].join();
+    page.parameters = parameters;
+    if (!isSame) {
+        page.tree.build(parameters);
+        searchTree();
+        arrange();
+    }
+    followLink();
 }
 
 function watch(camera) {
+    let isLost = false;
+    let probe;
     camera.addEventListener("reading", ({ detail: names }) => {
         updateRows(names);
         showCamera();
-        const isOther = (name) => page.counts.has(name) && page.counts.get(name) !== countOf(name);
-        if (!page.discovery && names.some(isOther)) discover();
+        page.updateComparison();
     });
     camera.addEventListener("asking", ({ detail: names }) => updateRows(names));
     camera.addEventListener("exchange", ({ detail: done }) => {
-        // A camera that is back is asked again for what it could not tell.
-        if (page.isIncomplete && !done.trouble) queueMicrotask(discover);
-        page.isIncomplete &&= Boolean(done.trouble);
-        say(find("camera-state"), done.trouble || "The camera answers.");
-        find("camera-state").classList.toggle("wrong", Boolean(done.trouble));
+        if (done.trouble === CANCELLED) return;
+        clearTimeout(probe);
+        // A camera that is back may be another one, or have other values.
+        if (isLost && done.status) queueMicrotask(restart);
+        else if (!done.trouble && page.discovery.isIncomplete && !page.discovery.running) page.discovery.look();
+        isLost = !done.status;
+        if (isLost) probe = setTimeout(() => camera.read(Object.keys(ABOUT)), PROBE_PAUSE);
     });
+    let left = Infinity;
+    document.addEventListener("visibilitychange", () => {
+        if (document.hidden) left = Date.now();
+        else if (Date.now() - left > LONG_AWAY) restart();
+    });
+}
+
+async function restart() {
+    await page.discovery.look();
+    await readShown([...page.shown]);
+}
+
+// A simulated camera was changed; one that only got a fault has the values that it had.
+async function lookAgain(changes) {
+    await page.discovery.look();
+    if (!changes.every((change) => /^change fault \S+ (?!none)\S+$/.test(change))) await readShown([...page.shown]);
 }
 
 function updateRows(names) {
@@ -92,41 +119,93 @@ function updateRows(names) {
     }
 }
 
+function updateAll() {
+    page.rows.forEach((row) => row.update());
+    page.updateComparison();
+}
+
+function cameraTitle() {
+    const [maker, model] = Object.keys(ABOUT).map((name) => page.camera.get(name));
+    return [maker, model].filter(Boolean).join(" ");
+}
+
 function showCamera() {
     const texts = Object.entries(ABOUT).map(([name, word]) => page.camera.get(name) && word + page.camera.get(name));
-    const [maker, model, ...rest] = texts;
-    say(find("camera-name"), [maker, model].filter(Boolean).join(" ") || "Camera parameters");
-    say(find("camera-about"), rest.filter(Boolean).join(" · "));
+    say(find("camera-name"), cameraTitle() || "Camera parameters");
+    say(find("camera-about"), texts.slice(2).filter(Boolean).join(" · "));
+    const [unit, title] = [page.camera.get("General.UnitName"), cameraTitle()];
+    document.title = [unit, title, title ? location.host : "Camera parameters"].filter(Boolean).join(" – ");
 }
 
 function listen() {
-    find("search").addEventListener("input", search);
-    find("search").addEventListener("keydown", (event) => event.key === "Enter" && show(search(), true));
-    find("search-select").addEventListener("click", () => show(search(), true));
+    find("search").addEventListener("input", () => {
+        searchTree();
+        history.replaceState(null, "", linkNow());
+    });
+    find("search").addEventListener("keydown", (event) => event.key === "Enter" && check(searchTree(), true));
+    find("search-select").addEventListener("click", () => check(searchTree(), true));
     find("read-all").addEventListener("click", () => readShown([...page.shown]));
-    find("clear").addEventListener("click", () => show([...page.shown], false));
+    find("clear").addEventListener("click", () => check([...page.shown], false));
     find("every").addEventListener("change", repeat);
+    addEventListener("hashchange", takeLink);
+    for (const button of find("skip").children) {
+        button.addEventListener("click", () => find(button.dataset.to).focus());
+    }
+    offerExport();
     setInterval(() => page.rows.forEach((row) => row.tick()), 1000);
 }
 
-function search() {
+function offerExport() {
+    const makers = { json: ["application/json", (names) => toJson(cameraTitle(), names, page.camera.readings)],
+                     csv: ["text/csv", (names) => toCsv(names, page.camera.readings)] };
+    for (const button of find("export").querySelectorAll("button[data-form]")) {
+        button.addEventListener("click", async () => {
+            const names = await exported();
+            const [type, make] = makers[button.dataset.form];
+            const title = (page.camera.get("General.UnitName") || "camera").replace(/[^\w-]+/g, "-");
+            download(`${title}.${button.dataset.form}`, type, make(names));
+        });
+    }
+    find("export-copy").addEventListener("click", async (event) =>
+        copy(toLines(await exported(), page.camera.readings), event.target));
+}
+
+// The names to export; all of them are read first.
+async function exported() {
+    const isAll = find("export-all").checked;
+    const names = [...page.parameters.keys()].filter((name) => isAll || page.shown.has(name));
+    if (isAll) await page.camera.read(names.filter((name) => !page.parameters.get(name).changesCamera));
+    return names;
+}
+
+function searchTree() {
     const text = find("search").value;
     const names = page.tree.search(text);
-    find("search-select").hidden = !text.trim() || !names.length;
     const all = page.parameters.size;
+    find("search-select").disabled = !names.length;
     say(find("search-count"), text.trim() ? `${names.length} of ${all}` : `${all} parameters`);
     return names;
 }
 
-// Shows or no longer shows the parameters, and reads those that are new.
-function show(names, isOn) {
+const linkNow = () => writeLink(page.shown, [...page.parameters.keys()], find("search").value.trim());
+
+// Shows or no longer shows the parameters, and reads those that are new; the browser's back button takes it back.
+function check(names, isOn) {
     const fresh = names.filter((name) => isOn && !page.shown.has(name));
+    page.link = null;
     names.forEach((name) => (isOn ? page.shown.add(name) : page.shown.delete(name)));
     arrange();
+    if (linkNow() !== location.hash) history.pushState(null, "", linkNow());
     // Only where the tree does not move away with it.
     const isBeside = find("columns").clientHeight < document.documentElement.clientHeight;
     if (fresh.length && isBeside) page.rows.get(fresh[0]).element.scrollIntoView({ block: "nearest" });
     readShown(fresh);
+}
+
+// Shows those of the names that the camera has, and reads all of them anew.
+function reveal(names) {
+    check(names.filter((name) => page.parameters.has(name)), true);
+    readShown([...page.shown]);
 }
 
 function arrange() {
@@ -135,18 +214,19 @@ function arrange() {
     find("rows").replaceChildren(...sections([...page.rows.values()]));
     find("nothing").hidden = names.length > 0;
     page.tree.check(page.shown);
+    say(find("notice"), "");
     find("read-all").textContent = `Read all ${names.length || ""}`.trim();
     find("read-all").disabled = find("clear").disabled = !names.length;
-    history.replaceState(null, "", names.length ? `#${names.join(",")}` : location.pathname + location.search);
+    page.updateComparison();
 }
 
-const makeRow = (name) => new Row(page.parameters.get(name), page.catalogue, page.camera, remove);
+const makeRow = (name) => new Row(page.parameters.get(name), page, remove);
 
 // The focus goes on to the next row.
 function remove(row) {
     const names = [...page.rows.keys()];
     const next = names[names.indexOf(row.parameter.name) + 1];
-    show([row.parameter.name], false);
+    check([row.parameter.name], false);
     (page.rows.get(next)?.element.querySelector(".tools button:last-child") ?? find("search")).focus();
 }
 
@@ -154,10 +234,14 @@ function remove(row) {
 async function readShown(names) {
     const wanted = names.map((name) => page.parameters.get(name)).filter((found) => found && !found.changesCamera);
     if (!wanted.length) return;
+    const start = Date.now();
     await page.camera.read(wanted.flatMap((parameter) => [parameter.name, ...parameter.needs]));
-    const isGood = ({ value, trouble }) => value !== undefined && !trouble;
-    const failed = wanted.filter(({ name }) => !isGood(page.camera.readings.get(name)));
-    say(find("summary"), `${wanted.length} read${failed.length ? `, ${failed.length} with an error` : ""}`);
+    const readings = wanted.map(({ name }) => page.camera.readings.get(name));
+    const made = readings.filter((reading) => reading?.start >= start);
+    const failed = made.filter(({ value, trouble }) => value === undefined || trouble);
+    const missing = wanted.length - made.length;
+    say(find("summary"), [`${counted(made.length, "value")} read`, failed.length && `${failed.length} with an error`,
+        missing && `${missing} not read`].filter(Boolean).join(", "));
 }
 
 let timer;

@@ -4,9 +4,18 @@ import { h } from "./dom.js";
 import { matcher } from "./catalogue.js";
 
 export class Tree {
-    // onCheck(names, isOn) is told what is to be shown or not.
-    constructor(root, onCheck) {
-        Object.assign(this, { root, onCheck, nodes: [] });
+    // onCheck(names, isOn) is told what is to be shown or not; get(name) knows values.
+    constructor(root, onCheck, get) {
+        this.root = root;
+        this.onCheck = onCheck;
+        this.get = get;
+        this.parameters = [];
+        this.nodes = [];
+        this.byItem = new Map(); // the node of an element
+        this.found = new Set(); // parameters
+        this.openBefore = null;
+        this.hadFocus = false;
+        this.current = "";
         root.addEventListener("click", (event) => this.click(event));
         root.addEventListener("keydown", (event) => this.press(event));
         root.addEventListener("focusin", (event) => this.makeCurrent(event.target.closest("[role=treeitem]")));
@@ -16,7 +25,9 @@ export class Tree {
     build(parameters) {
         this.openBefore ??= this.openPaths();
         this.hadFocus = this.root.contains(document.activeElement);
-        Object.assign(this, { nodes: [], parameters: [...parameters.values()], byItem: new Map() });
+        this.parameters = [...parameters.values()];
+        this.nodes = [];
+        this.byItem.clear();
         const top = { path: "", below: [], inner: new Map(), list: this.root };
         this.root.replaceChildren();
         for (const parameter of this.parameters) this.add(top, parameter);
@@ -78,7 +89,7 @@ export class Tree {
 
     // Leaves only what matches, opened. Returns the names.
     search(text) {
-        const matches = matcher(text);
+        const matches = matcher(text, this.get);
         const isSearch = text.trim() !== "";
         this.openBefore ??= this.openPaths();
         this.found = new Set(this.parameters.filter(matches));

@@ -1,10 +1,8 @@
 // What a value is edited with, by its type. A widget has its elements, its fields (those that can be wrong),
 // show(value), get() and hint(), which says what it takes.
 import { choicesOf, describeType, rangeOf, writeForm } from "./catalogue.js";
-import { h } from "./dom.js";
+import { h, stepByArrows } from "./dom.js";
 import { makeRectangle } from "./rectangle.js";
-
-const VALUE_MAX = 383; // characters; the program refuses longer ones
 
 export function makeWidget(parameter, camera, id) {
     const { type } = parameter;
@@ -49,22 +47,18 @@ function makeSelect(type, camera, names) {
     };
 }
 
-// A number or a text; beyond the range, and beyond the listed values, is the camera's to refuse.
+// A number or a text; what is wrong with it is said when it is to be sent.
 function makeField(type, camera, names, listId) {
     const isNumber = type.kind === "number";
     const list = type.list || type.words ? h("datalist", { id: listId }) : null;
-    const field = h("input", {
-        ...names, type: isNumber ? "number" : "text", step: isNumber && "any", maxlength: isNumber ? null : VALUE_MAX,
-        list: list && listId, autocomplete: "off", spellcheck: "false",
-    });
+    const field = h("input", { ...names, type: "text", inputmode: isNumber && "numeric", list: list && listId,
+                               autocomplete: "off", spellcheck: "false" });
+    if (isNumber && !list) stepByArrows(field, 1, () => rangeOf(type, camera.get));
     return {
         elements: [field, list], fields: [field],
         hint: () => (type.kind === "text" ? "" : describeType(type, camera.get)),
         get: () => field.value,
         show(value) {
-            const [min, max] = rangeOf(type, camera.get);
-            if (isNumber && min !== null) field.min = min;
-            if (isNumber && max !== null) field.max = max;
             field.value = value;
             list?.replaceChildren(...choicesOf(type, camera.get).map((choice) => h("option", { value: choice })));
         },

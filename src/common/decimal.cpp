@@ -2,6 +2,8 @@
 // division in binary gives the bits of the double one by one. No floating-point arithmetic takes part.
 #include "common/decimal.h"
 
+#include "common/int32.h"
+
 #include <math.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -124,8 +126,6 @@ static double Round_ToDouble(DecimalNumber *pt)
     return Divide(&pt->tDigits, &tDivisor);
 }
 
-static bool Is_Digit(char c) { return c >= '0' && c <= '9'; }
-
 /// Adds an exponent, when there is one. Returns what follows it, or null when it breaks off.
 static const char *Read_Exponent(const char *pszText, int64_t *piExponent)
 {
@@ -196,7 +196,7 @@ static const char *Read_Word(const char *pszText, double *pdNumber)
 
 const char *Decimal_FromText(const char *pszText, double *pdNumber)
 {
-    pszText += strspn(pszText, " \t\n\v\f\r");
+    pszText += strspn(pszText, NUMBER_BLANKS);
     const bool bNegative = *pszText == '-';
     if (*pszText == '-' || *pszText == '+')
         ++pszText;

@@ -3,6 +3,10 @@
 
 #include <stdint.h>
 
+/// What numbers in a text are made of, whatever the locale: the blanks that may stand in front, and digits.
+constexpr char NUMBER_BLANKS[] = " \t\n\v\f\r";
+constexpr bool Is_Digit(char c) { return c >= '0' && c <= '9'; }
+
 /// The number at the start of a text, as atoi reads it (POSIX): leading white space and a sign are taken, the first
 /// character that is not a digit ends it, no digits at all give 0. Beyond the 32-bit range the result saturates.
 /// *ppszEnd, when asked for, is what follows the number, or the text itself when there is none.

@@ -2,6 +2,7 @@
 
 #include "common/daemon_socket.h"
 #include "conflib/escape_decode.h"
+#include "conflib/semaphore.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -9,7 +10,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static constexpr SocketPatience CONFIGER_PATIENCE = {10000}; ///< of each read, however many ran out before
 static constexpr size_t REQUEST_SIZE = 8192;
 static constexpr size_t ECHO_SIZE = 1024;
 
@@ -45,15 +45,9 @@ static int Report_ReadFailure()
     return -1;
 }
 
-static ssize_t Read_InTime(int iSocket, char *pcBuffer, size_t uSize)
-{
-    SocketPatience tPatience = CONFIGER_PATIENCE;
-    return Socket_Receive(iSocket, pcBuffer, uSize, &tPatience);
-}
-
 static int Read_Reply(int iSocket, char *pcReply, size_t uReplySize)
 {
-    const ssize_t lCount = Read_InTime(iSocket, pcReply, uReplySize);
+    const ssize_t lCount = Socket_Receive(iSocket, pcReply, uReplySize, WAIT_DAEMON);
     if (lCount < 0)
         return Report_ReadFailure();
     return static_cast<size_t>(lCount) == uReplySize ? -1 : 0;
@@ -63,7 +57,7 @@ static int Echo_Reply(int iSocket)
 {
     char szChunk[ECHO_SIZE];
     for (;;) {
-        const ssize_t lCount = Read_InTime(iSocket, szChunk, sizeof szChunk - 1);
+        const ssize_t lCount = Socket_Receive(iSocket, szChunk, sizeof szChunk - 1, WAIT_DAEMON);
         if (lCount < 0)
             return Report_ReadFailure();
         if (lCount == 0)
@@ -75,8 +69,7 @@ static int Echo_Reply(int iSocket)
 
 static int Exchange(int iSocket, const char *pszText, char *pcReply, size_t uReplySize)
 {
-    static SocketPatience s_tConnectPatience = SOCKET_PATIENCE;
-    if (UnixSocket_Connect(iSocket, CONFIGER_SOCKET, &s_tConnectPatience) != 0) {
+    if (UnixSocket_Connect(iSocket, CONFIGER_SOCKET, WAIT_CONNECT) != 0) {
         printf("connect failed!");
         return -1;
     }
@@ -85,7 +78,7 @@ static int Exchange(int iSocket, const char *pszText, char *pcReply, size_t uRep
     if (lWritten != static_cast<ssize_t>(uLength))
         printf("write socket %d byte, but return %d\n", static_cast<int>(uLength), static_cast<int>(lWritten));
 
-    if (Socket_LimitWait(iSocket, CONFIGER_PATIENCE) != 0) {
+    if (Socket_TryLimit(iSocket) != 0) {
         printf("Socket option SO_RCVTIMEO not support\n");
         return -1;
     }
@@ -94,9 +87,10 @@ static int Exchange(int iSocket, const char *pszText, char *pcReply, size_t uRep
 
 int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uReplySize)
 {
-    char szText[REQUEST_SIZE] = "";
+    char szText[REQUEST_SIZE];
     if (Format_Request(ptRequest, szText, sizeof szText - 1) != 0)
         return -1;
+    Give_KeptSemaphore();
     const int iSocket = socket(AF_UNIX, SOCK_STREAM, 0);
     if (iSocket < 0) {
         printf("cannot create socket (%d).%s\n", errno, strerror(errno));

@@ -1,6 +1,6 @@
 /// Client of the configuration daemon: one short-lived connection to its Unix-domain stream socket per request, one
-/// request text, at most one reply. Stateless, no retry. Diagnostics go to standard output when they occur, so they
-/// stand in front of the CGI header; platform drivers have seen them there ever since.
+/// request text, at most one reply, no retry. The daemon's semaphore is given back before. Diagnostics go to standard
+/// output when they occur, so they stand in front of the CGI header; platform drivers have seen them there ever since.
 #pragma once
 
 #include <stddef.h>
@@ -26,8 +26,8 @@ struct ConfigerRequest {
 
 /// Sends the request and takes the answer of one read into pcReply (uReplySize bytes, not terminated: hand in a zeroed
 /// buffer). An answer that fills the buffer counts as failed, since it may have been cut; no answer at all is a
-/// success. Without a buffer the answer is echoed to standard output until the daemon closes. Waits at most 10 s per
-/// read. Returns 0, or -1 after the stated message (none when the request itself is refused).
+/// success. Without a buffer the answer is echoed to standard output until the daemon closes. Returns 0, or -1 after
+/// the stated message (none when the request itself is refused).
 int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uReplySize);
 
 /// Composes what a set request carries: key, "=" and value, cut to 127 characters and escape-decoded. 0; -1 when

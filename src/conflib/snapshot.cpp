@@ -1,7 +1,7 @@
 #include "conflib/snapshot.h"
 
-#include "common/deadline.h"
 #include "conflib/configer.h"
+#include "conflib/semaphore.h"
 #include "sxmlparser/sxmlparser.h"
 
 #include <errno.h>
@@ -10,11 +10,9 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
-#include <time.h>
 
 static constexpr char KEY_SEPARATOR = '_';
-static constexpr int32_t SEMAPHORE_PATIENCE_MILLISECONDS = 10000;
-static constexpr int32_t SEMAPHORE_IMPATIENCE_MILLISECONDS = 200;
+static constexpr uint32_t HOPS_WORTH = 32; ///< how many whole segments a lookup may meet behind aliases
 
 static_assert(sizeof(SnapshotNode) == 36, "nine 32-bit words");
 static_assert(sizeof(void *) != 4 || sizeof(SXMLElement) == sizeof(SnapshotNode), "the daemon publishes SXMLElements");
@@ -30,6 +28,36 @@ uint32_t MapRealAddr(const SnapshotSegment *ptSegment, uint32_t dwStored) { retu
 static uint32_t Map_Link(const SnapshotSegment *ptSegment, uint32_t dwStored)
 {
     return dwStored == 0 ? SNAPSHOT_NONE : MapRealAddr(ptSegment, dwStored);
+}
+
+SnapshotSegment View_Segment(const void *pBase, uint32_t dwSize)
+{
+    SnapshotSegment tSegment = {static_cast<const char *>(pBase), dwSize, 0, 0, 0, dwSize < sizeof(SnapshotHeader)};
+    tSegment.dwAllStepsLeft = HOPS_WORTH * (dwSize / static_cast<uint32_t>(sizeof(SnapshotNode)));
+    if (!tSegment.bDamaged)
+        memcpy(&tSegment.dwDaemonBase, pBase, sizeof tSegment.dwDaemonBase);
+    return tSegment;
+}
+
+/// Gives the walk of one key path, or of an element's children, as many steps as an honest tree can need: no walk meets
+/// an element twice.
+static void Begin_Hop(SnapshotSegment *ptSegment)
+{
+    const uint32_t dwRoom = ptSegment->dwSize / static_cast<uint32_t>(sizeof(SnapshotNode));
+    const uint32_t dwAll = ptSegment->dwAllStepsLeft + ptSegment->dwStepsLeft;
+    ptSegment->dwStepsLeft = dwAll < dwRoom ? dwAll : dwRoom;
+    ptSegment->dwAllStepsLeft = dwAll - ptSegment->dwStepsLeft;
+}
+
+/// Whether the hop has so many steps left, which then are taken.
+static bool Take_Steps(SnapshotSegment *ptSegment, uint32_t dwSteps)
+{
+    if (ptSegment->dwStepsLeft < dwSteps) {
+        ptSegment->bDamaged = true;
+        return false;
+    }
+    ptSegment->dwStepsLeft -= dwSteps;
+    return true;
 }
 
 /// Copies the record at a local address as it is stored. False when it does not lie inside the segment.
@@ -102,12 +130,7 @@ static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
     ptWalk->dwElement = ptWalk->dwNext;
     if (ptWalk->dwElement == SNAPSHOT_NONE || ptSegment->bDamaged)
         return false;
-    if (ptSegment->dwStepsLeft == 0) {
-        ptSegment->bDamaged = true;
-        return false;
-    }
-    --ptSegment->dwStepsLeft;
-    if (!Copy_Record(ptSegment, ptWalk->dwElement, &ptWalk->tStored))
+    if (!Take_Steps(ptSegment, 1) || !Copy_Record(ptSegment, ptWalk->dwElement, &ptWalk->tStored))
         return false;
     ptWalk->dwNext = Map_Link(ptSegment, ptWalk->tStored.dwNextSibling);
     return true;
@@ -121,7 +144,11 @@ static bool Has_Name(SnapshotSegment *ptSegment, const SiblingWalk *ptWalk, cons
         return false;
     }
     const char *pcStored = ptSegment->pcBase + dwName;
-    return ptSegment->dwSize - dwName > uLength && pcStored[uLength] == '\0' && memcmp(pcStored, pcName, uLength) == 0;
+    if (ptSegment->dwSize - dwName <= uLength || pcStored[uLength] != '\0')
+        return false;
+    // A name out of an alias may be as long as the segment; comparing it then costs as many steps as elements like it.
+    return Take_Steps(ptSegment, static_cast<uint32_t>(uLength / sizeof(SnapshotNode))) &&
+           memcmp(pcStored, pcName, uLength) == 0;
 }
 
 static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
@@ -132,6 +159,7 @@ static uint32_t First_Child(SnapshotSegment *ptSegment, uint32_t dwElement)
 
 uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size_t uLength)
 {
+    Begin_Hop(ptSegment);
     SnapshotHeader tHeader;
     memcpy(&tHeader, ptSegment->pcBase, sizeof tHeader);
     const uint32_t dwRoot = MapRealAddr(ptSegment, tHeader.dwRoot);
@@ -195,56 +223,12 @@ int IfGetOnce(SnapshotSegment *ptSegment, uint32_t dwValue)
     SnapshotNode tValue;
     if (!GetRealElement(ptSegment, dwValue, &tValue) || tValue.dwParent == SNAPSHOT_NONE)
         return 0;
+    Begin_Hop(ptSegment);
     SiblingWalk tWalk = Begin_Walk(First_Child(ptSegment, tValue.dwParent));
     while (Step(ptSegment, &tWalk))
         if (Has_Name(ptSegment, &tWalk, GETONCE, sizeof GETONCE - 1))
             return 1;
     return 0;
-}
-
-/// The semaphore that a failed attach has left taken, or -1. The kernel gives it back when the process ends (SEM_UNDO);
-/// until then a further take would wait for this very process.
-static int g_iKeptSemaphore = -1;
-
-/// Waits for the semaphore once it is known to be taken.
-static int Wait_ForSemaphore(int iSemaphore)
-{
-    // One long wait per request: a daemon that holds the semaphore for good must not hold the request as well. The
-    // later, short ones still outlast what others ordinarily hold it for.
-    static int32_t s_iPatience = SEMAPHORE_PATIENCE_MILLISECONDS;
-    const uint32_t dwDeadline = Deadline_After(s_iPatience);
-    struct sembuf tTake = {0, -1, SEM_UNDO};
-    int iResult = 0;
-    do {
-        const int32_t iLeft = Deadline_Left(dwDeadline);
-        const struct timespec tLeft = {iLeft / 1000, long{iLeft % 1000} * 1000000};
-        iResult = semtimedop(iSemaphore, &tTake, 1, &tLeft);
-    } while (iResult == -1 && errno == EINTR);
-    if (iResult == -1 && errno == EAGAIN)
-        s_iPatience = SEMAPHORE_IMPATIENCE_MILLISECONDS;
-    return iResult;
-}
-
-static int Take_Semaphore(int iSemaphore)
-{
-    if (iSemaphore == g_iKeptSemaphore)
-        return 0;
-    struct sembuf tTake = {0, -1, SEM_UNDO | IPC_NOWAIT};
-    if (semop(iSemaphore, &tTake, 1) == 0 || (errno == EAGAIN && Wait_ForSemaphore(iSemaphore) == 0))
-        return 0;
-    perror("semop");
-    return -1;
-}
-
-static int Give_Semaphore(int iSemaphore)
-{
-    if (iSemaphore == g_iKeptSemaphore)
-        g_iKeptSemaphore = -1;
-    struct sembuf tGive = {0, 1, SEM_UNDO};
-    if (semop(iSemaphore, &tGive, 1) == 0)
-        return 0;
-    perror("semop");
-    return -1;
 }
 
 /// Size of a segment, asked of the kernel once per segment id; 0 when it cannot be told.
@@ -271,18 +255,48 @@ static int Attach_Segment(key_t tKey, SnapshotSegment *ptSegment)
         printf("shmat attach faile. errno = %d %s\n", errno, strerror(errno));
         return -1;
     }
-    // An honest lookup without aliases meets no element twice.
-    const uint32_t dwSize = Get_SegmentSize(iSegment);
-    const uint32_t dwRoom = dwSize / static_cast<uint32_t>(sizeof(SnapshotNode));
-    *ptSegment = {static_cast<const char *>(pAddress), dwSize, 0, dwRoom, false};
-    if (ptSegment->dwSize < sizeof(SnapshotHeader))
-        ptSegment->bDamaged = true;
-    else
-        memcpy(&ptSegment->dwDaemonBase, ptSegment->pcBase, sizeof ptSegment->dwDaemonBase);
+    *ptSegment = View_Segment(pAddress, Get_SegmentSize(iSegment));
     return 0;
 }
 
-static void Detach_Segment(const SnapshotSegment *ptSegment) { shmdt(ptSegment->pcBase); }
+/// The attached segment under its semaphore.
+struct Snapshot {
+    SnapshotSegment tSegment;
+    int iSemaphore;
+};
+
+static int Open_Snapshot(Snapshot *pt)
+{
+    const key_t tKey = ftok(CONFIGER_PROGRAM, CONFIGER_PROJECT);
+    if (tKey == -1) {
+        perror("ftok");
+        return -1;
+    }
+    pt->iSemaphore = semget(tKey, 1, 0);
+    if (pt->iSemaphore == -1) {
+        perror("semget");
+        return -1;
+    }
+    if (Take_Semaphore(pt->iSemaphore) != 0)
+        return -1;
+    if (Attach_Segment(tKey, &pt->tSegment) == 0)
+        return 0;
+    Keep_Semaphore(pt->iSemaphore);
+    return -1;
+}
+
+/// Gives the semaphore back, takes the length of a text that was found once more, and detaches. 0; -1 when the
+/// semaphore is not given back.
+static int Close_Snapshot(Snapshot *pt, SnapshotText *ptText)
+{
+    const int iResult = Give_Semaphore(pt->iSemaphore);
+    // The daemon is not kept waiting for this, and may have changed the text since.
+    if (ptText->pc != nullptr)
+        ptText->uLength =
+            strnlen(ptText->pc, pt->tSegment.dwSize - static_cast<size_t>(ptText->pc - pt->tSegment.pcBase));
+    shmdt(pt->tSegment.pcBase);
+    return iResult;
+}
 
 static int Ask_Daemon(const char *pszXPath, char *pszOutput, size_t uSize)
 {
@@ -296,49 +310,28 @@ static int Ask_Daemon(const char *pszXPath, char *pszOutput, size_t uSize)
 
 SnapshotOutcome Configer_LookUp(const char *pszXPath, char *pszOutput, size_t uSize)
 {
-    const key_t tKey = ftok(CONFIGER_PROGRAM, CONFIGER_PROJECT);
-    if (tKey == -1) {
-        perror("ftok");
-        return SNAPSHOT_NOT_LOOKED;
-    }
-    const int iSemaphore = semget(tKey, 1, 0);
-    if (iSemaphore == -1) {
-        perror("semget");
-        return SNAPSHOT_NOT_LOOKED;
-    }
-    if (Take_Semaphore(iSemaphore) != 0)
-        return SNAPSHOT_NOT_LOOKED;
-    SnapshotSegment tSegment;
-    if (Attach_Segment(tKey, &tSegment) != 0) {
-        g_iKeptSemaphore = iSemaphore;
-        return SNAPSHOT_NOT_LOOKED;
-    }
-
+    Snapshot tSnapshot;
+    if (Open_Snapshot(&tSnapshot) != 0)
+        return SNAPSHOT_UNAVAILABLE;
+    SnapshotSegment *ptSegment = &tSnapshot.tSegment;
     uint32_t dwValue = SNAPSHOT_NONE;
-    const SnapshotText tText = tSegment.bDamaged ? SnapshotText{nullptr, 0} : Find_Value(&tSegment, pszXPath, &dwValue);
-    const bool bAskDaemon = tText.pc != nullptr && tText.uLength == 0 && IfGetOnce(&tSegment, dwValue) == 1;
-    if (tText.pc == nullptr || tSegment.bDamaged) {
-        Detach_Segment(&tSegment);
-        return Give_Semaphore(iSemaphore) == 0 && !tSegment.bDamaged ? SNAPSHOT_NO_SUCH_KEY : SNAPSHOT_NOT_LOOKED;
-    }
+    SnapshotText tText = ptSegment->bDamaged ? SnapshotText{nullptr, 0} : Find_Value(ptSegment, pszXPath, &dwValue);
+    const bool bAskDaemon = tText.pc != nullptr && tText.uLength == 0 && IfGetOnce(ptSegment, dwValue) == 1;
+    const bool bFound = tText.pc != nullptr && !ptSegment->bDamaged;
     const size_t uCopied = tText.uLength < uSize ? tText.uLength : uSize;
-    memcpy(pszOutput, tText.pc, uCopied);
-    memset(pszOutput + uCopied, 0, uSize - uCopied);
-    if (bAskDaemon) {
-        Detach_Segment(&tSegment);
-        const bool bAnswered = Give_Semaphore(iSemaphore) == 0 && Ask_Daemon(pszXPath, pszOutput, uSize) == 0;
-        return bAnswered ? SNAPSHOT_READ : SNAPSHOT_NOT_LOOKED;
+    if (bFound) {
+        memcpy(pszOutput, tText.pc, uCopied);
+        memset(pszOutput + uCopied, 0, uSize - uCopied);
     }
 
-    // The length is compared after the semaphore is back: the daemon is not kept waiting for it. What was copied must
-    // have fitted as well, the daemon may have shortened the value meanwhile.
-    const bool bGiven = Give_Semaphore(iSemaphore) == 0;
-    const size_t uRoom = tSegment.dwSize - static_cast<size_t>(tText.pc - tSegment.pcBase);
-    const bool bFits = uCopied < uSize && strnlen(tText.pc, uRoom) < (uSize < uRoom ? uSize : uRoom);
-    Detach_Segment(&tSegment);
-    if (!bGiven)
-        return SNAPSHOT_NOT_LOOKED;
-    return bFits ? SNAPSHOT_READ : SNAPSHOT_DOES_NOT_FIT;
+    if (Close_Snapshot(&tSnapshot, &tText) != 0 || ptSegment->bDamaged)
+        return SNAPSHOT_UNAVAILABLE;
+    if (!bFound)
+        return SNAPSHOT_NO_SUCH_KEY;
+    if (bAskDaemon)
+        return Ask_Daemon(pszXPath, pszOutput, uSize) == 0 ? SNAPSHOT_READ : SNAPSHOT_UNAVAILABLE;
+    // What was copied must have fitted as well as what is there now.
+    return uCopied < uSize && tText.uLength < uSize ? SNAPSHOT_READ : SNAPSHOT_DOES_NOT_FIT;
 }
 
 int Configer_GetParamValueByXPath(const char *pszXPath, char *pszOutput, size_t uSize)

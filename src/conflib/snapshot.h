@@ -7,8 +7,8 @@
 /// that key), "getonce" (an empty value is asked of the daemon over its socket).
 ///
 /// Nothing in the segment is trusted: every address is checked against the segment's size before it is followed, texts
-/// must end inside, and a lookup that meets more elements than the segment has room for, those behind aliases included,
-/// is given up. A damaged tree is a key that cannot be read.
+/// must end inside, and a walk that meets more elements than the segment has room for is given up, as is a lookup that
+/// does so for 32 segments, those behind aliases included. A damaged tree is a key that cannot be read.
 #pragma once
 
 #include <stddef.h>
@@ -35,20 +35,24 @@ struct SnapshotNode {
 struct SnapshotSegment {
     const char *pcBase;
     uint32_t dwSize;
-    uint32_t dwDaemonBase; ///< address of the segment in the daemon's mapping, from its header
-    uint32_t dwStepsLeft;  ///< elements that the lookup may still meet
-    bool bDamaged;         ///< set when a link, a text or the whole tree turned out to be unusable
+    uint32_t dwDaemonBase;   ///< address of the segment in the daemon's mapping, from its header
+    uint32_t dwStepsLeft;    ///< elements that the walk may still meet
+    uint32_t dwAllStepsLeft; ///< and those behind it
+    bool bDamaged;           ///< set when a link, a text or the whole tree turned out to be unusable
 };
 
 /// Local address of "no element": nothing can stand at the header.
 constexpr uint32_t SNAPSHOT_NONE = 0;
+
+/// A segment at an address, for one lookup.
+SnapshotSegment View_Segment(const void *pBase, uint32_t dwSize);
 
 /// What a lookup came to.
 enum SnapshotOutcome {
     SNAPSHOT_READ,
     SNAPSHOT_DOES_NOT_FIT, ///< the cut value is in the buffer, without a terminator
     SNAPSHOT_NO_SUCH_KEY,  ///< the tree could be read, and the key has no value in it
-    SNAPSHOT_NOT_LOOKED,   ///< nobody knows: no semaphore, no segment, a damaged or empty tree, a daemon that is silent
+    SNAPSHOT_UNAVAILABLE,  ///< nobody knows: no semaphore, no segment, a damaged or empty tree, a daemon that is silent
 };
 
 /// Reads one camera key into pszOutput (uSize bytes; the rest is zero-filled). The value and its terminator must fit.

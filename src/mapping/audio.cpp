@@ -23,7 +23,7 @@ static constexpr WordPair INPUT_TYPES[] = {{"mic", "extmic"}, {"internal", "intm
 static int Get_Audio_EntityCount_MappingRoutine(ParamContext *ptContext)
 {
     char szCount[8 + 1] = "";
-    Read_CutKey(szCount, sizeof szCount, "capability_naudioin");
+    Read_KeyTruncated(szCount, sizeof szCount, "capability_naudioin");
     const int32_t iCount = Int32_FromText(szCount);
     // The platform counts the inputs before it listens: reading the count unmutes them all. A count that no camera has
     // must not keep the daemon busy for minutes.
@@ -123,14 +123,12 @@ static int Get_Audio_AccessName_MappingRoutine(ParamContext *ptContext)
 }
 const DispatchRecord g_tAudio_AccessName_Dispatch = {nullptr, nullptr, Get_Audio_AccessName_MappingRoutine};
 
-// AAC. The platform speaks kbit/s, the camera bit/s.
-
-static constexpr int32_t BITS_PER_KBIT = 1000;
+// AAC.
 
 static int Get_AAC_BitRate_MappingRoutine(ParamContext *ptContext)
 {
     char szBitRate[sizeof ptContext->szValue + 1] = "";
-    Read_CutKey(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1));
+    Read_KeyTruncated(szBitRate, sizeof szBitRate, Make_Key("audioin_c%d_s0_aac4_bitrate", ptContext->iIndex1));
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
 

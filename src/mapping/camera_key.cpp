@@ -38,7 +38,7 @@ int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey)
     return iResult;
 }
 
-int Read_CutKey(char *pszText, size_t uSize, const char *pszKey)
+int Read_KeyTruncated(char *pszText, size_t uSize, const char *pszKey)
 {
     return Configer_GetParamValueByXPath(pszKey, pszText, uSize - 1);
 }

@@ -22,7 +22,7 @@ int Read_KeyOrLog(char *pszText, size_t uSize, const char *pszKey);
 
 /// Reads a key whose value counts as far as it fits: pszText is zeroed and one byte larger than the room that the value
 /// has, so that the terminator stands behind a value that fills it. The result is that of the lookup.
-int Read_CutKey(char *pszText, size_t uSize, const char *pszKey);
+int Read_KeyTruncated(char *pszText, size_t uSize, const char *pszKey);
 
 /// Reads a key as a number; one that cannot be read in SIZE bytes counts as 0.
 template <size_t SIZE> int32_t Read_KeyNumber(const char *pszKey)
@@ -65,6 +65,9 @@ template <size_t N> int Rewrite_Value(ParamContext *ptContext, const WordPair (&
 {
     return Rewrite_Value(ptContext, atPairs, N);
 }
+
+/// Bit rates: the platform speaks kbit/s, the camera bit/s.
+constexpr int32_t BITS_PER_KBIT = 1000;
 
 /// Replaces the value by the number that it starts with, times iFactor (32-bit, wrapping).
 int Rewrite_ScaledValue(ParamContext *ptContext, int32_t iFactor);

@@ -4,6 +4,7 @@
 #include "common/log_identity.h"
 #include "mapping/camera_key.h"
 #include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_file.h"
 
 #include <net/if.h>
 #include <stdio.h>
@@ -90,7 +91,7 @@ const DispatchRecord g_tGeneral_UTCDateTime_Dispatch = {Check_UTCDateTime_Mappin
 static int Get_DateTimeMode_MappingRoutine(ParamContext *ptContext)
 {
     char szInterval[sizeof ptContext->szValue + 1] = "";
-    Read_CutKey(szInterval, sizeof szInterval, "system_updateinterval");
+    Read_KeyTruncated(szInterval, sizeof szInterval, "system_updateinterval");
     return Answer_Text(ptContext, Int32_FromText(szInterval) < 1 ? "manual" : "ntp");
 }
 
@@ -120,6 +121,7 @@ static int Set_NTP_PollInterval_MappingRoutine(ParamContext *ptContext)
     const int32_t iSeconds = Int32_FromText(ptContext->szValue);
     if (iSeconds == 0)
         return 0;
+    Hold_SideFile(SYSTEM_FILE);
     if (Write_Key("system_updateinterval", ptContext->szValue) != 0)
         return -1;
     Set_NTPInterval_from_QuorvexXML(iSeconds);

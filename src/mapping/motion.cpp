@@ -7,6 +7,7 @@
 #include "mapping/camera_key.h"
 #include "mapping/general.h"
 #include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_file.h"
 
 #include <math.h>
 #include <stdio.h>
@@ -100,6 +101,7 @@ static int32_t Object_Size(const MotionRectangle &t, int32_t iThreshold)
 
 int Set_MotionOn_Threshold(const char *pszValue, int32_t iChannel, int32_t iWindow)
 {
+    Hold_SideFile(MOTION_FILE);
     char *pszWindow = Get_MotionROI_Window_from_QuorvexXML(iChannel, iWindow);
     if (pszWindow == nullptr)
         return -1;

@@ -22,8 +22,6 @@ static constexpr size_t NUMBER_SIZE = 512; ///< room for a number whose key has 
 static constexpr int CONNECT_ATTEMPTS = 10;
 static constexpr unsigned int RETRY_SECONDS = 5;
 
-static SocketPatience g_tPtzPatience = SOCKET_PATIENCE;
-
 enum PTZRow { PTZ_PAN = 2, PTZ_TILT, PTZ_ZOOM, PTZ_FOCUS, PTZ_IRIS, PTZ_POSITION, PTZ_PATTERN };
 
 PTZCommandGroup g_tPTZDispatchTable[] = {
@@ -108,9 +106,9 @@ int CheckSupportPTZPattern()
     return aiPart[0] > 4 && (aiPart[1] > 0 || aiPart[2] > 0 || aiPart[3] > 18) ? 0 : -1;
 }
 
-static int Connect_Patiently(int iSocket, const char *pszPath)
+static int Connect_Retrying(int iSocket, const char *pszPath)
 {
-    for (int iAttempt = 1; UnixSocket_Connect(iSocket, pszPath, &g_tPtzPatience) != 0; ++iAttempt) {
+    for (int iAttempt = 1; UnixSocket_Connect(iSocket, pszPath, WAIT_PTZ) != 0; ++iAttempt) {
         if (iAttempt == CONNECT_ATTEMPTS) {
             syslog(LOG_CRIT, "[%s] Connot connect to PTZCtrl for 10 times", LOG_IDENTITY);
             return -1;
@@ -132,7 +130,7 @@ static int Ask_Connected(int iSocket, const char *pszRequest, char *pcReply, siz
     if (pcReply == nullptr)
         return 0;
     memset(pcReply, 0, uReplySize < 4 ? uReplySize : 4);
-    return uReplySize > 0 && Socket_Receive(iSocket, pcReply, uReplySize - 1, &g_tPtzPatience) > 0 ? 0 : -1;
+    return uReplySize > 0 && Socket_Receive(iSocket, pcReply, uReplySize - 1, WAIT_PTZ) > 0 ? 0 : -1;
 }
 
 int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char *pcReply, size_t uReplySize)
@@ -140,7 +138,7 @@ int QvrxParam_UnixSocketClient(const char *pszPath, const char *pszRequest, char
     const int iSocket = socket(AF_UNIX, SOCK_STREAM, 0);
     if (iSocket < 0)
         return -1;
-    int iResult = Connect_Patiently(iSocket, pszPath);
+    int iResult = Connect_Retrying(iSocket, pszPath);
     if (iResult == 0)
         iResult = Ask_Connected(iSocket, pszRequest, pcReply, uReplySize);
     close(iSocket);
@@ -239,7 +237,6 @@ const DispatchRecord g_tDO_State_Dispatch = {Check_Do_State_Value_Routine, Set_D
 // Analytics.
 
 static constexpr in_port_t ANALYTICS_PORT = 80;
-static SocketPatience g_tAnalyticsPatience = SOCKET_PATIENCE;
 static constexpr char CAPABILITY_REQUEST[] =
     "GET /VCA/Capability HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: keep-alive\r\n\r\n";
 static constexpr char FUNCTIONS_REQUEST[] =
@@ -259,7 +256,6 @@ int Quorvex_TCPSocketClient(ParamContext *ptContext)
         syslog(LOG_CRIT, "TCP Socket failed");
         return -1;
     }
-    Socket_LimitWait(ptContext->iAnalyticsSocket, g_tAnalyticsPatience);
     const int iReuse = 1;
     setsockopt(ptContext->iAnalyticsSocket, SOL_SOCKET, SO_REUSEADDR, &iReuse, sizeof iReuse);
     struct sockaddr_in tAddress = {};
@@ -267,7 +263,7 @@ int Quorvex_TCPSocketClient(ParamContext *ptContext)
     tAddress.sin_port = htons(ANALYTICS_PORT);
     tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (Socket_Connect(ptContext->iAnalyticsSocket, reinterpret_cast<const struct sockaddr *>(&tAddress),
-                       sizeof tAddress, &g_tAnalyticsPatience) != 0) {
+                       sizeof tAddress, WAIT_ANALYTICS) != 0) {
         Close_Analytics(ptContext);
         syslog(LOG_CRIT, "connect failed");
         return -1;
@@ -279,9 +275,8 @@ static int Ask_Analytics(ParamContext *ptContext, const char *pcRequest, size_t 
                          size_t uReplySize)
 {
     const bool bSent = send(ptContext->iAnalyticsSocket, pcRequest, uRequestSize, 0) >= 0;
-    const ssize_t lReceived = bSent && uReplySize > 0 ? Socket_Receive(ptContext->iAnalyticsSocket, pcReply, uReplySize,
-                                                                       &g_tAnalyticsPatience)
-                                                      : -1;
+    const ssize_t lReceived =
+        bSent && uReplySize > 0 ? Socket_Receive(ptContext->iAnalyticsSocket, pcReply, uReplySize, WAIT_ANALYTICS) : -1;
     Close_Analytics(ptContext);
     if (lReceived < 0) {
         syslog(LOG_CRIT, "%s", bSent ? "TCP Socket revc failed\n" : "TCP Socket send failed\n");

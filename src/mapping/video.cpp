@@ -7,6 +7,7 @@
 #include "mapping/camera_key.h"
 #include "mapping/ptz_io.h"
 #include "sidestore/quorvex_xml_parser.h"
+#include "sidestore/side_file.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -122,6 +123,14 @@ int Get_VideoInput_StreamNum(ParamContext *ptContext)
     return 0;
 }
 
+/// A routine of a stream: it finds the stream in iStreamNum and szCodec, or what a name left there that resolves to
+/// none.
+template <MappingRoutine *pfnRoutine> static int On_Stream(ParamContext *ptContext)
+{
+    Get_VideoInput_StreamNum(ptContext);
+    return pfnRoutine(ptContext);
+}
+
 static int Answer_StreamCount(ParamContext *ptContext, VideoCodec eCodec)
 {
     return Answer_Number(ptContext, Get_VideoInStream(ptContext)->*g_tVideoCodec[eCodec].piCount);
@@ -179,11 +188,11 @@ int Answer_AccessName(ParamContext *ptContext, int32_t iStream, const char *pszR
 
 static int Get_VideoInput_AccessName_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     // The platform takes an empty path, not an error, for a stream without a name.
     return Answer_AccessName(ptContext, ptContext->iStreamNum, __func__) < 0 ? -1 : 0;
 }
-const DispatchRecord g_tNetwork_RTSP_AccessName_Dispatch = {nullptr, nullptr, Get_VideoInput_AccessName_MappingRoutine};
+const DispatchRecord g_tNetwork_RTSP_AccessName_Dispatch = {nullptr, nullptr,
+                                                            On_Stream<Get_VideoInput_AccessName_MappingRoutine>};
 
 int FindMinNbrInList(char *pszList, const char *pszDelimiters, int32_t *piMinimum)
 {
@@ -204,7 +213,7 @@ int FindMinNbrInList(char *pszList, const char *pszDelimiters, int32_t *piMinimu
     return iResult;
 }
 
-// Encoding: every routine resolves the stream first and works on its keys.
+// Encoding: every routine works on the keys of its stream.
 
 /// A key of the current stream and its codec.
 static CameraKey Stream_Key(const ParamContext *ptContext, const char *pszItem)
@@ -215,19 +224,16 @@ static CameraKey Stream_Key(const ParamContext *ptContext, const char *pszItem)
 /// Answers or writes a stream key as it is.
 static int Answer_StreamKey(ParamContext *ptContext, const char *pszItem)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue, Stream_Key(ptContext, pszItem));
 }
 
 static int Write_StreamValue(ParamContext *ptContext, const char *pszItem)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Write_Key(Stream_Key(ptContext, pszItem), ptContext->szValue);
 }
 
 static int Get_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     Read_KeyOrLog(ptContext->szValue, sizeof ptContext->szValue,
                   Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum));
     return 0;
@@ -236,7 +242,6 @@ static int Get_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 static int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr char QCIF[] = "QCIF";
-    Get_VideoInput_StreamNum(ptContext);
     char szList[STORED_SIZE] = "";
     if (Read_Key(szList, sizeof szList, "capability_videoin_resolution") != 0 &&
         Read_Key(szList, sizeof szList, Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1)) != 0)
@@ -251,17 +256,15 @@ static int Check_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 
 static int Set_VideoInput_Resolution_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Write_Key(Make_Key("videoin_c%d_s%d_resolution", ptContext->iIndex1, ptContext->iStreamNum),
                      ptContext->szValue);
 }
-const DispatchRecord g_tVideoInput_Resolution_Dispatch = {Check_VideoInput_Resolution_MappingRoutine,
-                                                          Set_VideoInput_Resolution_MappingRoutine,
-                                                          Get_VideoInput_Resolution_MappingRoutine};
+const DispatchRecord g_tVideoInput_Resolution_Dispatch = {On_Stream<Check_VideoInput_Resolution_MappingRoutine>,
+                                                          On_Stream<Set_VideoInput_Resolution_MappingRoutine>,
+                                                          On_Stream<Get_VideoInput_Resolution_MappingRoutine>};
 
 static int Get_VideoInput_Capability_Resolution_List_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     char szMode[4] = "";
     if (Read_KeyOrLog(szMode, sizeof szMode, Make_Key("capability_videoin_c%d_mode", ptContext->iIndex1)) != 0)
         return -1;
@@ -273,7 +276,7 @@ static int Get_VideoInput_Capability_Resolution_List_MappingRoutine(ParamContext
                          Make_Key("capability_videoin_c%d_resolution", ptContext->iIndex1));
 }
 const DispatchRecord g_tVideoInput_Resolution_List_Dispatch = {
-    nullptr, nullptr, Get_VideoInput_Capability_Resolution_List_MappingRoutine};
+    nullptr, nullptr, On_Stream<Get_VideoInput_Capability_Resolution_List_MappingRoutine>};
 
 static int Get_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext)
 {
@@ -283,8 +286,8 @@ static int Set_VideoInput_FrameRate_MappingRoutine(ParamContext *ptContext)
 {
     return Write_StreamValue(ptContext, "maxframe");
 }
-const DispatchRecord g_tVideoInput_FrameRate_Dispatch = {nullptr, Set_VideoInput_FrameRate_MappingRoutine,
-                                                         Get_VideoInput_FrameRate_MappingRoutine};
+const DispatchRecord g_tVideoInput_FrameRate_Dispatch = {nullptr, On_Stream<Set_VideoInput_FrameRate_MappingRoutine>,
+                                                         On_Stream<Get_VideoInput_FrameRate_MappingRoutine>};
 
 /// Answers "1,2,...,iMaximum", as far as whole numbers fit.
 static void Answer_CountTo(ParamContext *ptContext, int32_t iMaximum)
@@ -303,7 +306,6 @@ static void Answer_CountTo(ParamContext *ptContext, int32_t iMaximum)
 static int Get_VideoInput_FrameRate_List_MappingRoutine(ParamContext *ptContext)
 {
     constexpr int32_t DEFAULT_MAXIMUM = 30;
-    Get_VideoInput_StreamNum(ptContext);
     int32_t iMaximum = DEFAULT_MAXIMUM;
     char szList[64] = "";
     if ((Read_Key(szList, sizeof szList, Make_Key("capability_videoin_%s_maxframerate", ptContext->szCodec)) == 0 ||
@@ -315,14 +317,10 @@ static int Get_VideoInput_FrameRate_List_MappingRoutine(ParamContext *ptContext)
     return 0;
 }
 const DispatchRecord g_tVideoInput_FrameRate_List_Dispatch = {nullptr, nullptr,
-                                                              Get_VideoInput_FrameRate_List_MappingRoutine};
-
-/// The platform speaks kbit/s, the camera bit/s.
-static constexpr int32_t BITS_PER_KBIT = 1000;
+                                                              On_Stream<Get_VideoInput_FrameRate_List_MappingRoutine>};
 
 static int Check_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Rewrite_ScaledValue(ptContext, BITS_PER_KBIT);
 }
 
@@ -334,10 +332,9 @@ static int Set_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 
 static int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     char szMode[STORED_SIZE + 1] = "";
     const CameraKey tModeKey = Stream_Key(ptContext, "ratecontrolmode");
-    if (Read_CutKey(szMode, sizeof szMode, tModeKey) != 0)
+    if (Read_KeyTruncated(szMode, sizeof szMode, tModeKey) != 0)
         syslog(LOG_INFO, "unable to get %s\n", tModeKey.szKey);
     const char *pszItem = "ratecontrolmode";
     if (strstr(szMode, "cbr") != nullptr)
@@ -345,18 +342,17 @@ static int Get_VideoInput_BitRate_MappingRoutine(ParamContext *ptContext)
     else if (strstr(szMode, "vbr") != nullptr)
         pszItem = "maxvbrbitrate";
     char szBitRate[sizeof ptContext->szValue + 1] = "";
-    if (Read_CutKey(szBitRate, sizeof szBitRate, Stream_Key(ptContext, pszItem)) != 0)
+    if (Read_KeyTruncated(szBitRate, sizeof szBitRate, Stream_Key(ptContext, pszItem)) != 0)
         syslog(LOG_INFO, "unable to get %s's bitrate\n", ptContext->szCodec);
     return Answer_Number(ptContext, Int32_FromText(szBitRate) / BITS_PER_KBIT);
 }
-const DispatchRecord g_tVideoInput_Bitrate_Dispatch = {Check_VideoInput_BitRate_MappingRoutine,
-                                                       Set_VideoInput_BitRate_MappingRoutine,
-                                                       Get_VideoInput_BitRate_MappingRoutine};
+const DispatchRecord g_tVideoInput_Bitrate_Dispatch = {On_Stream<Check_VideoInput_BitRate_MappingRoutine>,
+                                                       On_Stream<Set_VideoInput_BitRate_MappingRoutine>,
+                                                       On_Stream<Get_VideoInput_BitRate_MappingRoutine>};
 
 /// Answers one bound of the bit-rate range, or the default where the camera describes none.
 static int Answer_BitRateBound(ParamContext *ptContext, float QuorvexFloatRange::*pfBound, const char *pszDefault)
 {
-    Get_VideoInput_StreamNum(ptContext);
     QuorvexFloatRange tRange = {};
     if (Get_Range_FromCDF(ptContext->szCodec, &tRange, ptContext->iIndex1) != 0)
         return Answer_Text(ptContext, pszDefault);
@@ -367,13 +363,15 @@ static int Get_VideoInput_MaxBitrate_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BitRateBound(ptContext, &QuorvexFloatRange::fUpper, "8000");
 }
-const DispatchRecord g_tVideoInput_MaxBitrate_Dispatch = {nullptr, nullptr, Get_VideoInput_MaxBitrate_MappingRoutine};
+const DispatchRecord g_tVideoInput_MaxBitrate_Dispatch = {nullptr, nullptr,
+                                                          On_Stream<Get_VideoInput_MaxBitrate_MappingRoutine>};
 
 static int Get_VideoInput_MinBitrate_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_BitRateBound(ptContext, &QuorvexFloatRange::fLower, "4");
 }
-const DispatchRecord g_tVideoInput_MinBitrate_Dispatch = {nullptr, nullptr, Get_VideoInput_MinBitrate_MappingRoutine};
+const DispatchRecord g_tVideoInput_MinBitrate_Dispatch = {nullptr, nullptr,
+                                                          On_Stream<Get_VideoInput_MinBitrate_MappingRoutine>};
 
 /// The camera's intra period, in milliseconds, that comes nearest from above.
 static int32_t Choose_IntraPeriod(int32_t iPeriod)
@@ -388,7 +386,6 @@ static int32_t Choose_IntraPeriod(int32_t iPeriod)
 static int Check_VideoInput_GopSize_Routin(ParamContext *ptContext)
 {
     constexpr int32_t GOP_MAX = 600;
-    Get_VideoInput_StreamNum(ptContext);
     if (!Value_InRange(ptContext, 0, GOP_MAX))
         return -1;
     const int32_t iGOP = Int32_FromText(ptContext->szValue);
@@ -410,22 +407,20 @@ static int Set_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
 
 static int Get_VideoInput_GopSize_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Answer_StoredText(
         ptContext, Get_VideoGOP_from_QuorvexXML(ptContext->iIndex1, ptContext->iStreamNum, ptContext->szCodec));
 }
-const DispatchRecord g_tVideoInput_GopSize_Dispatch = {
-    Check_VideoInput_GopSize_Routin, Set_VideoInput_GopSize_MappingRoutine, Get_VideoInput_GopSize_MappingRoutine};
+const DispatchRecord g_tVideoInput_GopSize_Dispatch = {On_Stream<Check_VideoInput_GopSize_Routin>,
+                                                       On_Stream<Set_VideoInput_GopSize_MappingRoutine>,
+                                                       On_Stream<Get_VideoInput_GopSize_MappingRoutine>};
 
 static int Check_VideoInput_Quality_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Int32_FromText(ptContext->szValue) == 0 ? Answer_Text(ptContext, "1") : 0;
 }
 
 static int Set_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     Write_Key(Stream_Key(ptContext, "quant"), "100");
     return Write_Key(Stream_Key(ptContext, "qpercent"), ptContext->szValue);
 }
@@ -434,14 +429,13 @@ static int Get_VideoInput_ImageQuality_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StreamKey(ptContext, "qpercent");
 }
-const DispatchRecord g_tVideoInput_ImageQuality_Dispatch = {Check_VideoInput_Quality_MappingRoutine,
-                                                            Set_VideoInput_ImageQuality_MappingRoutine,
-                                                            Get_VideoInput_ImageQuality_MappingRoutine};
+const DispatchRecord g_tVideoInput_ImageQuality_Dispatch = {On_Stream<Check_VideoInput_Quality_MappingRoutine>,
+                                                            On_Stream<Set_VideoInput_ImageQuality_MappingRoutine>,
+                                                            On_Stream<Get_VideoInput_ImageQuality_MappingRoutine>};
 
 static int Check_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
 {
     static constexpr WordPair MODES[] = {{"vbr", "vbr"}, {"cbr", "cbr"}};
-    Get_VideoInput_StreamNum(ptContext);
     return Rewrite_Value(ptContext, MODES);
 }
 
@@ -454,15 +448,14 @@ static int Get_VideoInput_BitRateMode_MappingRoutine(ParamContext *ptContext)
 {
     return Answer_StreamKey(ptContext, "ratecontrolmode");
 }
-const DispatchRecord g_tVideoInput_BitRateMode_Dispatch = {Check_VideoInput_BitRateMode_MappingRoutine,
-                                                           Set_VideoInput_BitRateMode_MappingRoutine,
-                                                           Get_VideoInput_BitRateMode_MappingRoutine};
+const DispatchRecord g_tVideoInput_BitRateMode_Dispatch = {On_Stream<Check_VideoInput_BitRateMode_MappingRoutine>,
+                                                           On_Stream<Set_VideoInput_BitRateMode_MappingRoutine>,
+                                                           On_Stream<Get_VideoInput_BitRateMode_MappingRoutine>};
 
 static constexpr WordPair PRIORITIES[] = {{"quality", "imagequality"}, {"fps", "framerate"}};
 
 static int Check_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     Rewrite_Value(ptContext, PRIORITIES);
     return 0;
 }
@@ -481,15 +474,15 @@ static int Get_VideoInput_BitRateModePriority_MappingRoutine(ParamContext *ptCon
             return Answer_Text(ptContext, tPriority.pszPlatform);
     return 0;
 }
-const DispatchRecord g_tVideoInput_BitRateModePriority_Dispatch = {Check_VideoInput_BitRateModePriority_MappingRoutine,
-                                                                   Set_VideoInput_BitRateModePriority_MappingRoutine,
-                                                                   Get_VideoInput_BitRateModePriority_MappingRoutine};
+const DispatchRecord g_tVideoInput_BitRateModePriority_Dispatch = {
+    On_Stream<Check_VideoInput_BitRateModePriority_MappingRoutine>,
+    On_Stream<Set_VideoInput_BitRateModePriority_MappingRoutine>,
+    On_Stream<Get_VideoInput_BitRateModePriority_MappingRoutine>};
 
 static constexpr WordPair PROFILES[] = {{"baseline", "0"}, {"main", "1"}, {"high", "2"}};
 
 static int Check_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     return Rewrite_Value(ptContext, PROFILES);
 }
 
@@ -500,7 +493,6 @@ static int Set_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
 
 static int Get_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
 {
-    Get_VideoInput_StreamNum(ptContext);
     char szProfile[STORED_SIZE] = "";
     if (Read_KeyOrLog(szProfile, sizeof szProfile, Stream_Key(ptContext, "profile")) != 0)
         return -1;
@@ -509,9 +501,9 @@ static int Get_VideoInput_Profile_MappingRoutine(ParamContext *ptContext)
         return -1;
     return Answer_Text(ptContext, PROFILES[iProfile].pszPlatform);
 }
-const DispatchRecord g_tNetwork_RTSP_H264_Profile_Dispatch = {Check_VideoInput_Profile_MappingRoutine,
-                                                              Set_VideoInput_Profile_MappingRoutine,
-                                                              Get_VideoInput_Profile_MappingRoutine};
+const DispatchRecord g_tNetwork_RTSP_H264_Profile_Dispatch = {On_Stream<Check_VideoInput_Profile_MappingRoutine>,
+                                                              On_Stream<Set_VideoInput_Profile_MappingRoutine>,
+                                                              On_Stream<Get_VideoInput_Profile_MappingRoutine>};
 
 // Image, rotation, tampering, storage device: per channel, no stream involved.
 
@@ -574,6 +566,7 @@ static int Check_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 
 static int Set_VideoInput_Saturation_MappingRoutine(ParamContext *ptContext)
 {
+    Hold_SideFile(VIDEO_FILE);
     const int32_t iChannel = ptContext->iIndex1;
     const int32_t iSaturation = Int32_FromText(ptContext->szValue);
     char szPercent[8] = "";

@@ -2,6 +2,7 @@
 #include "mapping/motion.h"
 #include "param/param_state.h"
 #include "param/request.h"
+#include "sidestore/side_file.h"
 
 #include <stddef.h>
 #include <stdio.h>
@@ -37,6 +38,7 @@ static void Clear_Item(ParamContext *ptContext)
     constexpr size_t FIRST = offsetof(ParamContext, szParamName);
     constexpr size_t BEHIND = offsetof(ParamContext, szCodec) + sizeof ParamContext::szCodec;
     memset(reinterpret_cast<char *>(ptContext) + FIRST, 0, BEHIND - FIRST);
+    Let_SideFile();
 }
 
 int Param_StateRoutine_Compose(ParamContext *ptContext)
@@ -46,14 +48,16 @@ int Param_StateRoutine_Compose(ParamContext *ptContext)
 
     const bool bRead = ptContext->iMethod == METHOD_READ;
     const ItemOutcome eOutcome = bRead ? Take_ReadItem(ptContext) : Take_WriteItem(ptContext);
-    if (eOutcome == ITEM_TAKEN)
+    if (eOutcome == ITEM_TAKEN) {
+        ptContext->iState = PARAM_STATE_DISPATCH;
         return 0;
+    }
     if (eOutcome == ITEM_NONE && !bRead && ptContext->iMotionEnablePending == 1) {
         // The state stays: the next call finds no item to append and goes on to Send.
         Set_Motion_Capability(ptContext);
         return 0;
     }
-    ptContext->iState = PARAM_STATE_Send;
+    ptContext->iState = PARAM_STATE_SEND;
     return 0;
 }
 
@@ -63,6 +67,6 @@ int Param_StateRoutine_Send(ParamContext *ptContext)
     puts(ptContext->iContentType == CONTENT_TYPE_XML ? "Content-type: text/xml\r\n\r"
                                                      : "Content-type: text/plain\r\n\r");
     fputs(ptContext->szOutput, stdout);
-    ptContext->iState = PARAM_STATE_Done;
+    ptContext->iState = PARAM_STATE_DONE;
     return 0;
 }

@@ -5,10 +5,7 @@
 
 #include <string.h>
 
-static constexpr int TEMPLATE_MAX_LENGTH = 255;
 static constexpr int INDEX_MAX_COUNT = 2;
-
-static bool Is_Digit(char c) { return c >= '0' && c <= '9'; }
 
 /// Reads a 32-bit number as printf writes it: no plus sign, no leading zero. Returns its length; 0 when there is none.
 static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
@@ -90,22 +87,21 @@ int QuorvexDispatchParser(const char *pszTemplate, const char *pszName, int iLen
 
 /// Whether a template can match a name that has parted from another one. Up to there the name goes on like that other
 /// template, so this one has to as well, and then to have what the name has there, or nothing more at all.
-static bool May_Match(const char *pszTemplate, Parting tParting)
+static bool May_Match(const DispatchEntry *ptEntry, Parting tParting)
 {
-    if (tParting.iPlace < 0 || tParting.iPlace > DISPATCH_NAME_MIN_LENGTH)
+    if (tParting.iPlace < 0 || tParting.iPlace >= ptEntry->iLength)
         return true;
-    const char c = pszTemplate[tParting.iPlace];
-    return c == tParting.cName || c == '\0' || (c == '%' && (tParting.cName == '-' || Is_Digit(tParting.cName)));
+    const char c = ptEntry->pszName[tParting.iPlace];
+    return c == tParting.cName || (c == '%' && (tParting.cName == '-' || Is_Digit(tParting.cName)));
 }
 
 const DispatchEntry *Find_DispatchEntry(const char *pszName, ParamContext *ptContext)
 {
     Parting tParting = NO_PARTING;
     for (const DispatchEntry *ptEntry = g_tDispatchTable; ptEntry->pszName != nullptr; ++ptEntry) {
-        if (!May_Match(ptEntry->pszName, tParting))
+        if (!May_Match(ptEntry, tParting))
             continue;
-        const int iLength = static_cast<int>(strlen(ptEntry->pszName));
-        if (Match_Name(ptEntry->pszName, pszName, iLength, ptEntry->iIndexCount, ptContext, &tParting) == 0)
+        if (Match_Name(ptEntry->pszName, pszName, ptEntry->iLength, ptEntry->iIndexCount, ptContext, &tParting) == 0)
             return ptEntry;
     }
     return nullptr;
@@ -121,11 +117,11 @@ int Param_StateRoutine_Dispatch(ParamContext *ptContext)
     ptContext->pfnSet = ptEntry->ptRecord->pfnSet;
     ptContext->pfnGet = ptEntry->ptRecord->pfnGet;
     if (ptContext->iMethod == METHOD_READ) {
-        ptContext->iState = PARAM_STATE_Mapping;
+        ptContext->iState = PARAM_STATE_MAPPING;
         return 0;
     }
     if (ptEntry->iAccess == ACCESS_READ_ONLY)
         return Compose_NonSupport_Message(ptContext, "Parameter is readOnly\r\n");
-    ptContext->iState = PARAM_STATE_Parser;
+    ptContext->iState = PARAM_STATE_PARSER;
     return 0;
 }

@@ -185,20 +185,6 @@ constexpr DispatchEntry g_tDispatchTable[] = {
     {"AudioOutput.Capabilities.EntityCount", R, 0, &g_tAudioOutput_Capabilities_EntityCount_Dispatch},
     {"AudioOutput.%d.Capabilities.CodecList", R, 1, &g_tAudioOutput_Capabilities_CodecList_Dispatch},
     {"AudioOutput.%d.Capabilities.ConnectionTypeList", R, 1, &g_tAudioOutput_Capabilities_ConnectionTypeList_Dispatch},
-    {nullptr, 0, -1, nullptr},
+    {},
 };
 // clang-format on
-
-static constexpr bool Has_ShorterName(int iLength)
-{
-    for (const DispatchEntry &tEntry : g_tDispatchTable)
-        for (int i = 0; tEntry.pszName != nullptr && i < iLength; ++i)
-            if (tEntry.pszName[i] == '\0')
-                return true;
-    return false;
-}
-
-static_assert(!Has_ShorterName(DISPATCH_NAME_MIN_LENGTH),
-              "a name is shorter than DISPATCH_NAME_MIN_LENGTH: lower that");
-static_assert(Has_ShorterName(DISPATCH_NAME_MIN_LENGTH + 1),
-              "all names are longer than DISPATCH_NAME_MIN_LENGTH: raise it");

@@ -24,6 +24,7 @@ static int Read_Query(ParamContext *ptContext)
     ptContext->szRequest[uLength] = '&';
     if (Take_ReadItem(ptContext) != ITEM_TAKEN)
         return Fail_Request(ptContext, "Incorrect query string format\r\n");
+    ptContext->iState = PARAM_STATE_DISPATCH;
     return 0;
 }
 
@@ -72,6 +73,7 @@ static int Read_Body(ParamContext *ptContext)
     case ITEM_NO_END:
         return Fail_Request(ptContext, "Without the ending signal\r\n");
     case ITEM_TAKEN:
+        ptContext->iState = PARAM_STATE_DISPATCH;
         break;
     }
     return 0;
@@ -81,12 +83,12 @@ static int Read_Body(ParamContext *ptContext)
 /// failed conversion, so an empty address is no IPv6 one.
 static bool Begins_WithoutNumber(const char *pszAddress)
 {
-    pszAddress += strspn(pszAddress, " \t\n\v\f\r");
+    pszAddress += strspn(pszAddress, NUMBER_BLANKS);
     if (*pszAddress == '\0')
         return false;
     if (*pszAddress == '-' || *pszAddress == '+')
         ++pszAddress;
-    return *pszAddress < '0' || *pszAddress > '9';
+    return !Is_Digit(*pszAddress);
 }
 
 int Param_StateRoutine_Getenv(ParamContext *ptContext)

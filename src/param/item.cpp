@@ -10,7 +10,7 @@ int Compose_Error_Message(ParamContext *ptContext, ParamResult eResult, const ch
 {
     Copy_Text(ptContext->szErrorMsg, sizeof ptContext->szErrorMsg, pszLine);
     ptContext->iResult = eResult;
-    ptContext->iState = PARAM_STATE_Compose;
+    ptContext->iState = PARAM_STATE_COMPOSE;
     return -1;
 }
 
@@ -40,7 +40,7 @@ int Param_StateRoutine_Parser(ParamContext *ptContext)
         return Compose_NonSupport_Message(ptContext, ILLEGAL_SETTING);
     memcpy(ptContext->szValue, pcEqual + 1, uLength);
     memcpy(ptContext->szSetValue, pcEqual + 1, uLength);
-    ptContext->iState = PARAM_STATE_Check;
+    ptContext->iState = PARAM_STATE_CHECK;
     return 0;
 }
 
@@ -48,7 +48,7 @@ int Param_StateRoutine_Check(ParamContext *ptContext)
 {
     if (ptContext->pfnCheck != nullptr && ptContext->pfnCheck(ptContext) != 0)
         return Compose_NonSupport_Message(ptContext, ILLEGAL_SETTING);
-    ptContext->iState = PARAM_STATE_Mapping;
+    ptContext->iState = PARAM_STATE_MAPPING;
     return 0;
 }
 
@@ -61,6 +61,6 @@ int Param_StateRoutine_Mapping(ParamContext *ptContext)
     if (iResult != 0)
         return Compose_NonSupport_Message(ptContext, "Internal error\r\n");
     ptContext->iResult = RESULT_SUCCESS;
-    ptContext->iState = PARAM_STATE_Compose;
+    ptContext->iState = PARAM_STATE_COMPOSE;
     return 0;
 }

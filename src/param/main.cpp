@@ -2,14 +2,27 @@
 #include "mapping/video.h"
 #include "param/param_state.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <syslog.h>
 #include <unistd.h>
 
+/// A web server may have closed a standard stream. A socket or a file would then get its number, and be read as the
+/// body or written into as the reply.
+static void Open_StandardStreams()
+{
+    int iNull = 0;
+    do
+        iNull = open("/dev/null", O_RDWR);
+    while (iNull >= 0 && iNull <= STDERR_FILENO);
+    close(iNull);
+}
+
 int main(int argc, char *argv[])
 {
+    Open_StandardStreams();
     openlog(LOG_IDENTITY, 0, LOG_USER);
     const int iOption = getopt(argc, argv, "v");
     if (iOption != -1) {
@@ -24,7 +37,7 @@ int main(int argc, char *argv[])
 
     // Static storage begins zero-filled: the kernel does it anyway.
     static ParamContext s_tContext;
-    s_tContext.iState = PARAM_STATE_Getenv;
+    s_tContext.iState = PARAM_STATE_GETENV;
     InitiateVideoParam(&s_tContext);
     Param_RunStates(&s_tContext);
     return EXIT_SUCCESS;

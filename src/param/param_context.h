@@ -15,7 +15,9 @@ struct ParamContext;
 /// set    szValue, iIndex1, iIndex2    the camera                        0 done, anything else failed
 /// get    iIndex1, iIndex2             szValue, at most 511 characters   0 answered, MAPPING_NOT_SUPPORTED, else failed
 ///
-/// Indexes are zero-based and not range-checked before. The reply to a write echoes the value as sent, not szValue.
+/// Four checks store as well: those of Brightness, Contrast, GopSize and Position keep the value in a side file before
+/// the set is tried. Indexes are zero-based and not range-checked before. The reply to a write echoes the value as
+/// sent, not szValue.
 using MappingRoutine = int(ParamContext *ptContext);
 constexpr int MAPPING_NOT_SUPPORTED = 2;
 

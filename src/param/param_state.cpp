@@ -1,14 +1,17 @@
 #include "param/param_state.h"
 
-#define PARAM_STATE_POINTER(Name) Param_StateRoutine_##Name,
-MappingRoutine *const g_tParamStateRoutine[PARAM_STATE_COUNT] = {PARAM_STATES(PARAM_STATE_POINTER)};
-#undef PARAM_STATE_POINTER
+MappingRoutine *const g_tParamStateRoutine[] = {
+    Param_StateRoutine_Initial, Param_StateRoutine_Getenv,  Param_StateRoutine_Dispatch, Param_StateRoutine_Parser,
+    Param_StateRoutine_Check,   Param_StateRoutine_Mapping, Param_StateRoutine_Compose,  Param_StateRoutine_Send,
+    Param_StateRoutine_Done,    Param_StateRoutine_Finish,
+};
+static_assert(sizeof g_tParamStateRoutine == PARAM_STATE_COUNT * sizeof g_tParamStateRoutine[0]);
 
 int Param_StateRoutine_Initial(ParamContext * /*ptContext*/) { return 0; }
 
 int Param_StateRoutine_Done(ParamContext *ptContext)
 {
-    ptContext->iState = PARAM_STATE_Finish;
+    ptContext->iState = PARAM_STATE_FINISH;
     return 0;
 }
 
@@ -19,5 +22,5 @@ void Param_RunStates(ParamContext *ptContext)
     int iCall = 0;
     do {
         g_tParamStateRoutine[ptContext->iState](ptContext);
-    } while (ptContext->iState != PARAM_STATE_Finish && ++iCall < PARAM_CALL_LIMIT);
+    } while (ptContext->iState != PARAM_STATE_FINISH && ++iCall < PARAM_CALL_LIMIT);
 }

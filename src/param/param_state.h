@@ -1,32 +1,32 @@
 /// The state machine that carries a request from the CGI environment (RFC 3875) to the reply.
 ///
 /// A read item goes Dispatch, Mapping, Compose; a write item Dispatch, Parser, Check, Mapping, Compose. Each routine
-/// sets the next state itself. A failure is recorded in the context and jumps to Compose, so that every item ends in
+/// sets the next state itself. A failure is recorded in the context and goes to Compose, so that every item ends in
 /// exactly one reply line and the next item gets its turn.
 #pragma once
 
 #include "param/param_context.h"
 
-/// The states in order of their numbers; state and routine are made from the same word.
-#define PARAM_STATES(X) \
-    X(Initial)          \
-    X(Getenv)           \
-    X(Dispatch)         \
-    X(Parser)           \
-    X(Check)            \
-    X(Mapping)          \
-    X(Compose)          \
-    X(Send)             \
-    X(Done)             \
-    X(Finish)
+/// Value of iState.
+enum ParamState : int32_t {
+    PARAM_STATE_INITIAL, ///< never entered
+    PARAM_STATE_GETENV,
+    PARAM_STATE_DISPATCH,
+    PARAM_STATE_PARSER,
+    PARAM_STATE_CHECK,
+    PARAM_STATE_MAPPING,
+    PARAM_STATE_COMPOSE,
+    PARAM_STATE_SEND,
+    PARAM_STATE_DONE,
+    PARAM_STATE_FINISH,
+    PARAM_STATE_COUNT
+};
 
-#define PARAM_STATE_NUMBER(Name) PARAM_STATE_##Name,
-enum ParamState : int32_t { PARAM_STATES(PARAM_STATE_NUMBER) PARAM_STATE_COUNT };
-#undef PARAM_STATE_NUMBER
-
-#define PARAM_STATE_ROUTINE(Name) extern MappingRoutine Param_StateRoutine_##Name;
-PARAM_STATES(PARAM_STATE_ROUTINE)
-#undef PARAM_STATE_ROUTINE
+MappingRoutine Param_StateRoutine_Initial, Param_StateRoutine_Done, Param_StateRoutine_Finish;  // param_state.cpp
+MappingRoutine Param_StateRoutine_Getenv;                                                       // getenv.cpp
+MappingRoutine Param_StateRoutine_Dispatch;                                                     // dispatch.cpp
+MappingRoutine Param_StateRoutine_Parser, Param_StateRoutine_Check, Param_StateRoutine_Mapping; // item.cpp
+MappingRoutine Param_StateRoutine_Compose, Param_StateRoutine_Send;                             // compose.cpp
 
 /// State routine by state number.
 extern MappingRoutine *const g_tParamStateRoutine[PARAM_STATE_COUNT];

@@ -1,7 +1,5 @@
 #include "param/request.h"
 
-#include "param/param_state.h"
-
 #include <string.h>
 #include <syslog.h>
 
@@ -35,7 +33,6 @@ ItemOutcome Take_ReadItem(ParamContext *ptContext)
         pszName[0] == '\0')
         return ITEM_NONE;
     ptContext->iParseOffset += KEY_LENGTH + static_cast<int32_t>(strlen(pszName));
-    ptContext->iState = PARAM_STATE_Dispatch;
     return ITEM_TAKEN;
 }
 
@@ -53,6 +50,5 @@ ItemOutcome Take_WriteItem(ParamContext *ptContext)
         return ITEM_NO_END;
     memcpy(ptContext->szParamName, pcName, uLength);
     ptContext->iParseOffset = static_cast<int32_t>(pcEnd + 2 - ptContext->szRequest);
-    ptContext->iState = PARAM_STATE_Dispatch;
     return ITEM_TAKEN;
 }

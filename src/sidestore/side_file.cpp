@@ -1,6 +1,7 @@
 #include "sidestore/side_file.h"
 
 #include "common/log_identity.h"
+#include "common/wait.h"
 #include "conflib/xml_file.h"
 
 #include <errno.h>
@@ -18,33 +19,33 @@
 
 static constexpr char FILE_FOLDER[] = "/etc/conf.d";
 
-static constexpr int LOCK_PATIENCE_MILLISECONDS = 12000;
-static constexpr int LOCK_IMPATIENCE_MILLISECONDS = 200;
 static constexpr off_t FILE_SIZE_MAX = 1 << 24; ///< what a setter keeps of a file while it rewrites it
 
 // Lock and trees.
 
-/// Advisory lock over all three files: on their folder, so that it leaves no file behind. Returns a descriptor to
-/// close, or -1 when the lock cannot be had in time; everything then goes on without it. A setter may hold it for as
-/// long as it waits for the daemon's semaphore; one such wait per request is enough.
-static int Lock_Folder(int iOperation)
+/// Takes an advisory lock on a descriptor, within a wait of the kind WAIT_LOCKS.
+static int Lock_InTime(int iFile, int iOperation)
 {
     constexpr int PAUSE_MILLISECONDS = 10;
-    static int s_iPauses = LOCK_PATIENCE_MILLISECONDS / PAUSE_MILLISECONDS;
-    const int iFolder = open(FILE_FOLDER, O_RDONLY | O_DIRECTORY);
-    if (iFolder < 0)
-        return -1;
-    for (int iPause = 0;; ++iPause) {
-        if (flock(iFolder, iOperation | LOCK_NB) == 0)
-            return iFolder;
-        if (errno != EWOULDBLOCK)
-            break;
-        if (iPause >= s_iPauses) {
-            s_iPauses = LOCK_IMPATIENCE_MILLISECONDS / PAUSE_MILLISECONDS;
-            break;
-        }
+    if (flock(iFile, iOperation | LOCK_NB) == 0)
+        return 0;
+    const Wait tWait = Begin_Wait(WAIT_LOCKS);
+    int iResult = -1;
+    while (iResult != 0 && errno == EWOULDBLOCK && Left_OfWait(tWait) > 1) {
         poll(nullptr, 0, PAUSE_MILLISECONDS);
+        iResult = flock(iFile, iOperation | LOCK_NB);
     }
+    End_Wait(tWait);
+    return iResult;
+}
+
+/// Advisory lock over all three files: on their folder, so that it leaves no file behind. Returns a descriptor to
+/// close, or -1 when the lock cannot be had in time; everything then goes on without it.
+static int Lock_Folder(int iOperation)
+{
+    const int iFolder = open(FILE_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iFolder < 0 || Lock_InTime(iFolder, iOperation) == 0)
+        return iFolder;
     close(iFolder);
     return -1;
 }
@@ -53,6 +54,28 @@ static void Unlock_Folder(int iLock)
 {
     if (iLock >= 0)
         close(iLock);
+}
+
+static int g_iHeldFile = -1;
+static SideFile g_eHeldFile;
+
+void Hold_SideFile(SideFile eFile)
+{
+    if (g_iHeldFile >= 0 && g_eHeldFile == eFile)
+        return;
+    Let_SideFile();
+    // The file keeps its inode whenever it is written.
+    g_iHeldFile = open(g_apszSideFile[eFile], O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    g_eHeldFile = eFile;
+    if (g_iHeldFile >= 0 && Lock_InTime(g_iHeldFile, LOCK_EX) != 0)
+        Let_SideFile();
+}
+
+void Let_SideFile()
+{
+    if (g_iHeldFile >= 0)
+        close(g_iHeldFile);
+    g_iHeldFile = -1;
 }
 
 /// What a setter has while it runs: the lock, or -1, and the trees of the files.

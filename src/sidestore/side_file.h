@@ -18,6 +18,12 @@ void Close_SideFile(SideFile eFile, SXMLParserContext *ptParser);
 void Lock_SideFiles();
 void Unlock_SideFiles();
 
+/// Keeps other writers, not readers, from a file until Let_SideFile: what a parameter stores and what it tells the
+/// camera stay together when two requests write it at once. Whoever stores holds the file, and the end of an item lets
+/// it go; a routine that tells the camera first holds it itself. One that cannot be had in time is done without.
+void Hold_SideFile(SideFile eFile);
+void Let_SideFile();
+
 /// The text of a file while it is composed. Begin with a zeroed one; free pcText.
 struct SideText {
     char *pcText;

@@ -67,50 +67,9 @@ template <typename T> static void Free_Table(T **pptTable)
     free(pptTable);
 }
 
-/// The camera's list of codecs, which is read again for every stream; one that cannot be read is what it was before,
-/// and one that does not fit counts as far as it does.
-struct CodecList {
-    char szCodecs[CODEC_LIST_SIZE + 1];
-};
-
-static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iStream, CodecList *ptCodecs)
-{
-    const SnapshotOutcome eOutcome = Configer_LookUp("capability_videoin_codec", ptCodecs->szCodecs, CODEC_LIST_SIZE);
-    if (eOutcome != SNAPSHOT_READ)
-        syslog(LOG_CRIT, "[%s] capability_videoin_codec fail", "Create_QuorvexXMLFile_DataStructure");
-    if (eOutcome == SNAPSHOT_NOT_LOOKED)
-        return -1;
-    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
-        int32_t *piGOP = &(ptStream->*GOP_FIELDS[uCodec]);
-        if (strstr(ptCodecs->szCodecs, GOP_CODECS[uCodec]) == nullptr)
-            *piGOP = GOP_NOT_OFFERED;
-        else if (Take_Number(Find_SideText({SIDE_GOP, iChannel, iStream, GOP_CODECS[uCodec]}), piGOP) != 0)
-            return -1;
-    }
-    return 0;
-}
-
-static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel, CodecList *ptCodecs)
-{
-    if (Take_Number(Find_SideText({SIDE_CONTRAST, iChannel}), &ptChannel->iContrast) != 0 ||
-        Take_Number(Find_SideText({SIDE_BRIGHTNESS, iChannel}), &ptChannel->iBrightness) != 0 ||
-        Take_Number(Find_SideText({SIDE_SATURATION, iChannel}), &ptChannel->iSaturation) != 0 ||
-        Allocate_Table(&ptChannel->pptStream, g_tFileData.iMediaStreamNum) != 0)
-        return -1;
-    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
-        if (Fill_Stream(ptChannel->pptStream[iStream], iChannel, iStream, ptCodecs) != 0)
-            return -1;
-    if (Allocate_Table(&ptChannel->pptWindow, g_tFileData.iMotionNum) != 0)
-        return -1;
-    for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
-        XMLFileWindowData *ptWindow = ptChannel->pptWindow[iWindow];
-        if (ptWindow == nullptr ||
-            Take_Window(Find_SideText({SIDE_WINDOW, iChannel, iWindow}), ptWindow->szWindow) != 0 ||
-            Take_Number(Find_SideText({SIDE_THRESHOLD, iChannel, iWindow}), &ptWindow->iThreshold) != 0)
-            return -1;
-    }
-    return 0;
-}
+/// Keys of the shape that the camera does not have at all: what depends on them is not known to be gone.
+static bool g_bCodecsAbsent;
+static bool g_bWindowCountAbsent;
 
 /// Reads the three counts. One buffer serves them all: without a number of windows the number of streams stands for it,
 /// and a value that fills the four bytes is read with the spare one as its end.
@@ -124,25 +83,93 @@ static int Read_Counts()
     if (Configer_LookUp("capability_nmediastream", szCount, COUNT_SIZE) != SNAPSHOT_READ)
         return -1;
     g_tFileData.iMediaStreamNum = Int32_FromText(szCount);
-    if (Configer_LookUp("capability_nmotion", szCount, COUNT_SIZE) == SNAPSHOT_NOT_LOOKED)
+    const SnapshotOutcome eOutcome = Configer_LookUp("capability_nmotion", szCount, COUNT_SIZE);
+    if (eOutcome == SNAPSHOT_UNAVAILABLE)
         return -1;
+    g_bWindowCountAbsent = eOutcome == SNAPSHOT_NO_SUCH_KEY;
     g_tFileData.iMotionNum = Int32_FromText(szCount);
-    // Every file has something of every channel.
-    return g_tFileData.iVideoInNum > 0 ? 0 : -1;
+    // Every file has something of every channel. Their names have two digits, so none has more streams than this.
+    constexpr int32_t STREAM_MAX = 100 * 100;
+    return g_tFileData.iVideoInNum > 0 && g_tFileData.iMediaStreamNum <= STREAM_MAX / g_tFileData.iVideoInNum ? 0 : -1;
 }
 
-int Create_QuorvexXMLFile_DataStructure()
+/// Marks the codecs that a stream has no GOP of. The list of codecs is read again for every stream; one that cannot be
+/// read is what it was before, and one that does not fit counts as far as it does.
+static int Read_StreamShape(XMLFileStreamData *ptStream, char (&szCodecs)[CODEC_LIST_SIZE + 1])
+{
+    const SnapshotOutcome eOutcome = Configer_LookUp("capability_videoin_codec", szCodecs, CODEC_LIST_SIZE);
+    if (eOutcome != SNAPSHOT_READ)
+        syslog(LOG_CRIT, "[%s] capability_videoin_codec fail", "Create_QuorvexXMLFile_DataStructure");
+    g_bCodecsAbsent = g_bCodecsAbsent || eOutcome == SNAPSHOT_NO_SUCH_KEY;
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
+        if (strstr(szCodecs, GOP_CODECS[uCodec]) == nullptr)
+            ptStream->*GOP_FIELDS[uCodec] = GOP_NOT_OFFERED;
+    return eOutcome != SNAPSHOT_UNAVAILABLE ? 0 : -1;
+}
+
+int Read_ImageShape()
 {
     if (Read_Counts() != 0 || Allocate_Table(&g_tFileData.pptChannel, g_tFileData.iVideoInNum) != 0)
         return -1;
-    CodecList tCodecs = {};
+    g_bCodecsAbsent = false;
+    char szCodecs[CODEC_LIST_SIZE + 1] = "";
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel) {
+        XMLFileChannelData *ptChannel = g_tFileData.pptChannel[iChannel];
+        if (Allocate_Table(&ptChannel->pptStream, g_tFileData.iMediaStreamNum) != 0)
+            return -1;
+        for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
+            if (Read_StreamShape(ptChannel->pptStream[iStream], szCodecs) != 0)
+                return -1;
+    }
+    return 0;
+}
+
+static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iStream)
+{
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
+        int32_t *piGOP = &(ptStream->*GOP_FIELDS[uCodec]);
+        if (*piGOP != GOP_NOT_OFFERED &&
+            Take_Number(Find_SideText({SIDE_GOP, iChannel, iStream, GOP_CODECS[uCodec]}), piGOP) != 0)
+            return -1;
+    }
+    return 0;
+}
+
+static int Fill_Window(XMLFileWindowData *ptWindow, int32_t iChannel, int32_t iWindow)
+{
+    if (Take_Window(Find_SideText({SIDE_WINDOW, iChannel, iWindow}), ptWindow->szWindow) != 0)
+        return -1;
+    return Take_Number(Find_SideText({SIDE_THRESHOLD, iChannel, iWindow}), &ptWindow->iThreshold);
+}
+
+static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel)
+{
+    if (Take_Number(Find_SideText({SIDE_CONTRAST, iChannel}), &ptChannel->iContrast) != 0 ||
+        Take_Number(Find_SideText({SIDE_BRIGHTNESS, iChannel}), &ptChannel->iBrightness) != 0 ||
+        Take_Number(Find_SideText({SIDE_SATURATION, iChannel}), &ptChannel->iSaturation) != 0)
+        return -1;
+    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
+        if (Fill_Stream(ptChannel->pptStream[iStream], iChannel, iStream) != 0)
+            return -1;
+    if (Allocate_Table(&ptChannel->pptWindow, g_tFileData.iMotionNum) != 0)
+        return -1;
+    for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow)
+        if (Fill_Window(ptChannel->pptWindow[iWindow], iChannel, iWindow) != 0)
+            return -1;
+    return 0;
+}
+
+int Fill_Image()
+{
     for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
-        if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel, &tCodecs) != 0)
+        if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel) != 0)
             return -1;
     if (Take_Number(Find_SideText({SIDE_NTP_INTERVAL}), &g_tFileData.iNTPInterval) != 0)
         return -1;
     return Take_Number(Find_SideText({SIDE_DEVICE_NUM}), &g_tFileData.iStorageDeviceNum);
 }
+
+int Create_QuorvexXMLFile_DataStructure() { return Read_ImageShape() == 0 ? Fill_Image() : -1; }
 
 int Release_QuorvexXMLFile_Data()
 {
@@ -154,18 +181,6 @@ int Release_QuorvexXMLFile_Data()
     Free_Table(pptChannel);
     g_tFileData.pptChannel = nullptr;
     return 0;
-}
-
-/// The frame that all three files share; pfnContent appends what lies between.
-static int Write_File(SideFile eFile, const char *pszWriter, void (*pfnContent)(SideText *ptText))
-{
-    SideText tText = {};
-    Append_SideText(&tText, "<root>\n\t<quorvex>\n");
-    pfnContent(&tText);
-    Append_SideText(&tText, "\t</quorvex>\n</root>\n");
-    const int iResult = tText.bFailed ? -1 : Replace_SideFile(eFile, pszWriter, &tText);
-    free(tText.pcText);
-    return iResult;
 }
 
 static void Compose_Stream(SideText *ptText, const XMLFileStreamData *ptStream, int32_t iStream)
@@ -223,25 +238,70 @@ static void Compose_System(SideText *ptText)
     Append_SideText(ptText, "\t\t</storage>\n");
 }
 
-/// Whether the Video file has streams, which an image without any would drop.
-static bool Has_Streams()
+// What would be lost.
+
+/// Whether a stream of the file has a GOP that the image has none of.
+static bool Loses_GOP(const SXMLParserContext *ptParser, int32_t iChannel, int32_t iStream)
 {
-    SXMLParserContext *ptParser = Open_SideFile(VIDEO_FILE);
-    bool bFound = false;
-    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum && !bFound; ++iChannel)
-        bFound = SXMLParser_GetElementByTag(ptParser, "root", "quorvex", "image", Make_IndexTag('c', iChannel).szTag,
-                                            "s0", static_cast<char *>(nullptr)) != nullptr;
-    Close_SideFile(VIDEO_FILE, ptParser);
-    return bFound;
+    const XMLFileStreamData *ptStream = g_tFileData.pptChannel[iChannel]->pptStream[iStream];
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
+        if (ptStream->*GOP_FIELDS[uCodec] == GOP_NOT_OFFERED &&
+            SXMLParser_GetElementByTag(ptParser, "root", "quorvex", "image", Make_IndexTag('c', iChannel).szTag,
+                                       Make_IndexTag('s', iStream).szTag, GOP_CODECS[uCodec],
+                                       static_cast<char *>(nullptr)) != nullptr)
+            return true;
+    return false;
 }
 
-int Write_QuorvexVideoConfigFile()
+/// Whether a channel of the Video file has streams that the image, without any, would drop, or GOPs of codecs that
+/// nobody has said to be gone.
+static bool Loses_Streams(const SXMLParserContext *ptParser, int32_t iChannel)
 {
-    if (g_tFileData.iMediaStreamNum < 1 && Has_Streams())
+    if (g_tFileData.iMediaStreamNum < 1)
+        return SXMLParser_GetElementByTag(ptParser, "root", "quorvex", "image", Make_IndexTag('c', iChannel).szTag,
+                                          "s0", static_cast<char *>(nullptr)) != nullptr;
+    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum && g_bCodecsAbsent; ++iStream)
+        if (Loses_GOP(ptParser, iChannel, iStream))
+            return true;
+    return false;
+}
+
+/// Whether a channel of the Motion file has more windows than the image where nobody has said how many there are.
+static bool Loses_Windows(const SXMLParserContext *ptParser, int32_t iChannel)
+{
+    const SXMLElement *ptChannel = SXMLParser_GetElementByTag(
+        ptParser, "root", "quorvex", "motion", Make_IndexTag('c', iChannel).szTag, static_cast<char *>(nullptr));
+    return g_bWindowCountAbsent && ptChannel != nullptr && ptChannel->iChildCount > g_tFileData.iMotionNum;
+}
+
+bool Loses_Elements(SideFile eFile)
+{
+    if (eFile == SYSTEM_FILE)
+        return false;
+    const auto pfnLoses = eFile == VIDEO_FILE ? Loses_Streams : Loses_Windows;
+    SXMLParserContext *ptParser = Open_SideFile(eFile);
+    bool bLoses = false;
+    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum && !bLoses; ++iChannel)
+        bLoses = pfnLoses(ptParser, iChannel);
+    Close_SideFile(eFile, ptParser);
+    return bLoses;
+}
+
+/// The frame that all three files share; pfnContent appends what lies between.
+static int Write_File(SideFile eFile, const char *pszWriter, void (*pfnContent)(SideText *ptText))
+{
+    if (Loses_Elements(eFile))
         return -1;
-    return Write_File(VIDEO_FILE, __func__, Compose_Video);
+    SideText tText = {};
+    Append_SideText(&tText, "<root>\n\t<quorvex>\n");
+    pfnContent(&tText);
+    Append_SideText(&tText, "\t</quorvex>\n</root>\n");
+    const int iResult = tText.bFailed ? -1 : Replace_SideFile(eFile, pszWriter, &tText);
+    free(tText.pcText);
+    return iResult;
 }
 
+int Write_QuorvexVideoConfigFile() { return Write_File(VIDEO_FILE, __func__, Compose_Video); }
 int Write_QuorvexMotionConfigFile() { return Write_File(MOTION_FILE, __func__, Compose_Motion); }
 int Write_QuorvexSystemConfigFile() { return Write_File(SYSTEM_FILE, __func__, Compose_System); }
 

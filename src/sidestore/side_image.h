@@ -37,8 +37,11 @@ struct QuorvexXMLFileDataPointer {
     int32_t iMotionNum;              ///< "capability_nmotion"
 };
 
-/// Fills the image from capability keys and files: 0, or -1 with a part of it filled, which must not be written.
+/// Builds the image from capability keys and files: 0, or -1 with a part of it built, which must not be written. The
+/// first of the other two does what may wait for the daemon, the second what must be done under the files' lock.
 int Create_QuorvexXMLFile_DataStructure();
+int Read_ImageShape();
+int Fill_Image();
 /// Frees the image and returns 0.
 int Release_QuorvexXMLFile_Data();
 
@@ -49,8 +52,12 @@ bool Is_Storable(const char *pszText);
 /// place.
 int Put_InImage(const SidePlace &tPlace, const char *pszText);
 
-/// Put one file of a whole image out: 0, or -1 when it cannot be written, or still has streams where the camera
-/// announces none.
+/// Whether a file has elements that a whole image would drop, although nobody has said that they are gone: streams
+/// where the camera announces none, GOPs where it has no list of codecs at all, windows where it has no number of them
+/// at all.
+bool Loses_Elements(SideFile eFile);
+
+/// Put one file of a whole image out: 0, or -1 when it would lose elements, or cannot be written.
 int Write_QuorvexVideoConfigFile();
 int Write_QuorvexMotionConfigFile();
 int Write_QuorvexSystemConfigFile();

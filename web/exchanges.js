@@ -1,0 +1,36 @@
+// The last requests, each as a command, and what came back.
+import { copy, find, h, timeOf } from "./dom.js";
+import { curlOf, namesOf, textOf } from "./protocol.js";
+
+export function titleOf(done) {
+    const [name, ...more] = namesOf(done);
+    const time = done.end ? `${done.end - done.start} ms` : "under way";
+    return [done.isPinned ? "pinned " : "", timeOf(done.start), done.method, done.status || "no answer", time,
+            `${textOf(name ?? "").text}${more.length ? ` and ${more.length} more` : ""}`].filter(Boolean).join("  ");
+}
+
+export const replyOf = ({ text, trouble }) => [textOf(text).text, trouble].filter(Boolean).join("\n") || "(nothing)";
+
+// The newest is shown until another one is chosen; that one stays until the newest is chosen again.
+export function showExchanges(camera) {
+    const choice = find("exchange-choice");
+    const chosen = () => camera.exchanges.find((done) => done.isChosen) ?? camera.exchanges[0];
+    const show = () => {
+        const done = chosen();
+        choice.replaceChildren(...camera.exchanges.map((one) => h("option", { selected: one === done }, titleOf(one))));
+        find("exchange-curl").textContent = curlOf(done);
+        find("exchange-reply").textContent = replyOf(done);
+        find("exchange-pin").ariaPressed = String(Boolean(done.isPinned));
+    };
+    choice.addEventListener("change", () => {
+        camera.exchanges.forEach((done, i) => (done.isChosen = i > 0 && i === choice.selectedIndex));
+        show();
+    });
+    find("exchange-pin").addEventListener("click", () => {
+        if (!chosen()) return;
+        chosen().isPinned = !chosen().isPinned;
+        show();
+    });
+    find("exchange-copy").addEventListener("click", (event) => copy(find("exchange-curl").textContent, event.target));
+    camera.addEventListener("exchange", show);
+}
