@@ -336,7 +336,7 @@ def test_compare_export_and_a_request_of_ones_own(page):
     page.find("#raw-text").send_keys(f"{BRIGHTNESS}=51\n{NAME}=Hall\nNo.Name")
     page.find("#raw button").click()
     page.wait("#raw-reply", f"{BRIGHTNESS}=51\n{NAME}=Hall")
-    page.wait("#compare-text", "2 of what is shown differ.")
+    page.wait("#compare-text", "2 values differ.")
     page.wait(".was", "was 50", BRIGHTNESS)
     page.find("#clear").click()
     page.find("#compare-file").send_keys("/tmp/page/Camera.json")

@@ -54,8 +54,8 @@ export function offerComparison({camera, reference, parameters, shown, show}) {
         const absent = names.filter((name) => !parameters().has(name));
         const unseen = names.length - absent.length - shown().filter((name) => reference.values.has(name)).length;
         say(find("compare-text"), [
-            `Compared with ${reference.title}: ${differing.length || "none"} of what is shown `,
-            differing.length === 1 ? "differs." : "differ.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
+            `Compared with ${reference.title}: ${differing.length ? counted(differing.length, "value") : "no value"} `,
+            differing.length > 1 ? "differ." : "differs.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
             absent.length ? ` This camera lacks ${counted(absent.length, "parameter")} of it.` : ""
         ].join(""));
     };
