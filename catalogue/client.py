@@ -272,12 +272,14 @@ class Client:
 
     def write(self, values):
         """All the values, by name, in the order in which they have to be sent. Nothing is sent twice: what got no
-        answer is Answer(None, None), and has to be read."""
+        answer, or one that is not to be believed, is Answer(None, None), and has to be read."""
         answers = {}
         for pairs in bodies({name: encode(value) for name, value in values.items()}):
             reply = self.exchange(body="".join(f"{name}={value}\r\n" for name, value in pairs))
             found, others = take_write(pairs, whole_lines(reply.text))
             self.others += others
+            if "write socket " in reply.front:  # the daemon took nothing of something, whatever the lines say
+                found = {name: answer for name, answer in found.items() if answer.error}
             for name, _ in pairs:
                 answer = found.get(name, Answer(None, None))
                 answers[name] = answer if answer.value is None else Answer(values[name], None)

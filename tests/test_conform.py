@@ -103,6 +103,7 @@ def test_counts_that_are_not_followed(start):
         said = conform(CAMERA)[2]
         assert "AudioOutput.Capabilities.EntityCount is 150: of what it counts, 99 were asked" in said
         assert "OutputPin.Capabilities.EntityCount tells no number" in said
+        assert re.search("time is up|no whole reply", conform(CAMERA, "--limit", "0.05")[2])
 
 
 class Server(http.server.ThreadingHTTPServer):
@@ -175,10 +176,10 @@ def test_server_that_lies(start, lie, name, text, options):
 
 
 @pytest.mark.parametrize("reply, words", [
-    (["", None], "no whole reply"), ([PLAIN[:40], None], "no whole reply"), ([PLAIN + "General.", None], "no whole reply"),
-    (["HTTP/1.0 200 OK\r\n"] + ["X: y\r\n"] * 60 + [None], "no whole reply"), ([""], "closed"), (["\x1b[2J\r\n\r\n"], "x1b"),
-    ([PLAIN + "x" * 70000], "longer"), ([PLAIN + "<html>"], "not answered"),
-    (["HTTP/1.0 401 \x1b[2J\r\n\r\n"], r"401 \x1b"), (["HTTP/1.0 302 Found\r\nLocation: /\r\n\r\n"], "302")])
+    ([None], "no whole reply"), ([PLAIN[:40], None], "no whole reply"), ([PLAIN] + ["x"] * 500, "no whole reply"),
+    ([], "closed"), (["\x1b[2J\r\n\r\n"], "x1b"), ([PLAIN + "x" * 70000], "longer"),
+    ([PLAIN + "<html>"], "not answered. Does the address"), (["HTTP/1.0 401 \x1b[2J\r\n\r\n"], r"401 \x1b"),
+    (["HTTP/1.0 302 Found\r\nLocation: /\r\n\r\n"], "302 Found")])
 def test_server_that_is_none(reply, words):
     """What it sends, in pieces a moment apart; None: nothing more, and the connection stays open."""
     def answer():
@@ -257,9 +258,16 @@ def test_reference_client(start):
                         "motion_c0_win_i0_enable=1", "motion_c0_enable=1"]
         shortest = ["Network.10.Dhcp"] * 9 + ["General.UnitName"]
         assert asker.read(shortest).keys() == set(shortest) and asker.others == []
-        text = "#error.\r\nNetwork.1.Dhcp=501:Parameter is not supported\r\n"
+        text = asker.exchange(body="General.UnitName=a\r\n\r\nNetwork.1.Dhcp=true\r\n").text
+        assert text.endswith("\r\nNetwork.1.Dhcp=501:Parameter is not supported\r\n")
         assert client.take_write([("Network.1.Dhcp", "true")], client.whole_lines(text))[0] == {}
         assert client.Answer(None, client.REFUSED) in asker.write({"Network.1.Dhcp": "x"}).values()
+        example = re.search("```python\n(.*?)```", (TREE / "docs/parameters.md").read_text(), re.DOTALL)[1]
+        device.sets()
+        exec(re.sub('http://.*cgi"', f'{CAMERA}"', example), {})
+        assert device.sets() == ["system_hostname=Front door, 50% lit", "videoin_c0_s0_h264_intraperiod=3000"]
         assert asker.has_settings()
+    with start("dome", "fault configer close-at-once"):
+        assert client.Answer("x", None) not in asker.write({"General.UnitName": "x"}).values()
     with start("dome", "fault snapshot absent"):
         assert not asker.has_settings() and asker.read([client.CONSTANT])[client.CONSTANT].value
