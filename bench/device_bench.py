@@ -1,6 +1,7 @@
-"""What a request costs a camera, its kernel's part included: the ARM build and the floor on the device that script/device
-boots, where an instruction takes a fixed time, so that the CPU time of a process counts instructions. script/bench-device
-builds what is needed and starts it, twice: inside script/sandbox for what the floor has to do, outside for the device.
+"""What a request costs a camera, its kernel's part included: the ARM build and the floor on the device that
+script/device boots, where an instruction takes a fixed time, so that the CPU time of a process counts instructions.
+script/bench-device builds what is needed and starts it, twice: inside script/sandbox for what the floor has to do,
+outside for the device.
 
 usage: device_bench.py --work                  inside: a line "CASE REQUEST WORK" for each request
        device_bench.py RESULTS WORK-FILE       the table; leaves the figures in RESULTS/instructions-device.txt
