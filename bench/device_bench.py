@@ -8,6 +8,7 @@ usage: device_bench.py --work                  inside: a line "CASE REQUEST WORK
 """
 import collections
 import pathlib
+import shutil
 import sys
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
@@ -24,6 +25,7 @@ Cost = collections.namedtuple("Cost", "instructions faults memory")
 
 
 def print_work():
+    shutil.copy(arm_bench.ARM / "param.cgi", arm_bench.PROGRAM)
     for name, case in arm_bench.CASES.items():
         with arm_bench.camera(case):
             for place, request in enumerate(case.requests):

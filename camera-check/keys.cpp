@@ -3,6 +3,7 @@
 #include "place.h"
 #include "report.h"
 
+#include "common/int32.h"
 #include "conflib/snapshot.h"
 #include "mapping/camera_key.h"
 #include "param/param_context.h"
@@ -278,7 +279,14 @@ static bool Has_AnyKey(const char *pszPlaceholder, int32_t iIndex)
 static int32_t Check_Count(KeyWalk *ptWalk, const char *pszKey, const char *pszPlaceholder, const char *pszWhat,
                            int32_t iShape)
 {
-    const int32_t iAnnounced = Read_KeyNumber<8>(pszKey);
+    char szValue[VALUE_SIZE];
+    const KeyFault eFault = Look_Up(pszKey, 8, szValue);
+    const int32_t iAnnounced = eFault == KEY_FINE ? Int32_FromText(szValue) : 0;
+    if (eFault == KEY_FINE && szValue[strspn(szValue, "0123456789")] != '\0') {
+        ++ptWalk->iBad;
+        Report_Bad(pszKey, "\"%s\" is no number of %s; set it to how many there are", szValue, pszWhat);
+        return iShape;
+    }
     int32_t iThere = iShape;
     while (iThere > 1 && !Has_AnyKey(pszPlaceholder, iThere - 1))
         --iThere;

@@ -219,22 +219,24 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
     return bReadable;
 }
 
-/// A key of the table that the snapshot has a value for, to ask the daemon for the same; one that every camera has when
-/// there is none. pszValue is empty then.
+/// A key of the table that the snapshot has a value for, to ask the daemon for the same. pszValue is empty when there
+/// is none, or when nobody can tell for a few of them.
 static FilledText Choose_Probe(bool bReadable, char *pszValue, size_t uSize)
 {
     FilledText tKey = {"capability_nvideoin"};
-    SnapshotOutcome eOutcome = bReadable ? Configer_LookUp(tKey, pszValue, uSize) : SNAPSHOT_NO_SUCH_KEY;
-    for (const KeyUse *ptUse = g_atKeyUse; bReadable && ptUse->pszKey != nullptr; ++ptUse) {
-        if (eOutcome == SNAPSHOT_UNAVAILABLE || (eOutcome == SNAPSHOT_READ && pszValue[0] != '\0'))
+    int iTries = bReadable ? 3 : 0;
+    for (const KeyUse *ptUse = g_atKeyUse; iTries > 0; ++ptUse) {
+        const SnapshotOutcome eOutcome = Configer_LookUp(tKey, pszValue, uSize);
+        if (eOutcome == SNAPSHOT_READ && pszValue[0] != '\0')
+            return tKey;
+        iTries -= eOutcome == SNAPSHOT_UNAVAILABLE ? 1 : 0;
+        while (ptUse->pszKey != nullptr && strchr(ptUse->pszKey, '{') != nullptr)
+            ++ptUse;
+        if (ptUse->pszKey == nullptr)
             break;
-        if (strchr(ptUse->pszKey, '{') != nullptr)
-            continue;
         tKey = Fill_Key(ptUse->pszKey, NO_PLACE);
-        eOutcome = Configer_LookUp(tKey, pszValue, uSize);
     }
-    if (eOutcome != SNAPSHOT_READ)
-        pszValue[0] = '\0';
+    pszValue[0] = '\0';
     return tKey;
 }
 
@@ -279,10 +281,10 @@ static bool Check_Socket(bool bReadable)
     size_t uLength = sizeof szReply;
     while (uLength > 0 && szReply[uLength - 1] == '\0')
         --uLength;
-    const bool bGood = iResult == 0 && uLength > 0 && (szValue[0] == '\0' || strcmp(szReply, szValue) == 0);
+    const bool bGood = iResult == 0 && (szValue[0] == '\0' || strcmp(szReply, szValue) == 0);
     if (bGood)
         Report_Good("daemon", "answers a question on %s within %d s%s", CONFIGER_SOCKET, iSeconds + 1,
-                    szValue[0] != '\0' ? ", as its snapshot does" : "");
+                    szValue[0] != '\0' ? ", as its snapshot does" : "; there is nothing to hold the answer against");
     else if (iResult == 0)
         Report_Answer(tKey, szReply, uLength, szValue);
     else
@@ -398,15 +400,16 @@ void Check_Ptz()
     const int iError = errno;
     if (lReceived > 0 && strchr(szReply, '=') != nullptr)
         Report_Good("PTZ daemon", "answers its version on %s", PTZ_SOCKET);
-    else if (lReceived >= 0)
+    else if (lReceived >= 0 || iError == ECONNRESET || iError == EPIPE)
         Report_Bad("PTZ daemon",
                    "no version on %s (%s), so PTZ.1.Capabilities.CommandList has no patterns; start it again",
-                   PTZ_SOCKET, lReceived == 0 ? "it closes the connection" : "the answer has none");
+                   PTZ_SOCKET, lReceived > 0 ? "the answer has none" : "it closes the connection");
     else
         Report_Bad("PTZ daemon",
                    "no version on %s (%s); each request asks it, for 45 seconds when nobody listens and for 30 when it "
-                   "hangs; start it again, or set capability_ptzenabled to 0",
-                   PTZ_SOCKET, Get_Reason(iError));
+                   "hangs; %s, or set capability_ptzenabled to 0",
+                   PTZ_SOCKET, Get_Reason(iError),
+                   iError == EACCES ? "let the web server's user write to the socket" : "start it again");
 }
 
 void Check_Network()
@@ -419,11 +422,11 @@ void Check_Network()
     if (lReceived > 0 && strncmp(szReply, "HTTP/", strlen("HTTP/")) == 0)
         Report_Good("analytics", "127.0.0.1 port 80 answers \"%.*s\"", iLine, szReply);
     else if (lReceived > 0)
-        Report_Bad(
-            "analytics",
-            "127.0.0.1 port 80 answers \"%.*s\", which is no HTTP, so people counting and the events of analytics "
-            "hang on what words stand in it; start the service again",
-            iLine < 40 ? iLine : 40, szReply);
+        Report_Bad("analytics",
+                   "127.0.0.1 port 80 answers \"%.*s\", which does not begin as HTTP does, so people counting and the "
+                   "events of analytics "
+                   "hang on what words stand in it; start the service again",
+                   iLine < 40 ? iLine : 40, szReply);
     else
         Report_Bad("analytics",
                    "no answer from 127.0.0.1 port 80 (%s), so VideoInput.Capabilities.PeopleCountingSupported answers "
@@ -457,8 +460,9 @@ void Check_Log()
         connect(iSocket, reinterpret_cast<const struct sockaddr *>(&tAddress), sizeof tAddress) == 0;
     const int iError = errno;
     if (!bConnected && iError != EPROTOTYPE)
-        Report_Bad("system log", "nobody listens on %s (%s), so failures leave no line; start the system logger",
-                   tAddress.sun_path, strerror(iError));
+        Report_Bad("system log", "%s takes no lines (%s), so failures leave none; %s", tAddress.sun_path,
+                   strerror(iError),
+                   iError == EACCES ? "let the web server's user write to it" : "start the system logger");
     else if (bConnected && poll(&tRoom, 1, ASK_MILLISECONDS) != 1)
         Report_Bad("system log",
                    "the logger does not empty %s, so every line costs a request up to a second or more; "
