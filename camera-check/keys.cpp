@@ -163,6 +163,13 @@ static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
                eFault == KEY_EMPTY ? "has nothing to go by" : pszWithout);
 }
 
+/// Whether a fault is none of the key's: the use needs no value, or configer does not answer, which has been told.
+static bool Is_Excused(KeyFault eFault, const KeyUse *ptUse, const KeyWalk *ptWalk)
+{
+    return (eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
+           ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers);
+}
+
 /// Looks at one key for all of its uses, from ptFirst up to ptEnd.
 static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEnd, const Place &tPlace)
 {
@@ -180,8 +187,7 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
             snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
         // A write needs no value; to ask for it has cost a wait all the same.
         ptWalk->iUnknown += eFault == KEY_UNKNOWN ? 1 : 0;
-        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
-            ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers))
+        if (Is_Excused(eFault, ptUse, ptWalk))
             eFault = KEY_FINE;
         if (eFault == KEY_FINE || (ptUse->pszWithout == nullptr && eFault != KEY_UNKNOWN) ||
             (eFault == KEY_EMPTY && eSaid == KEY_EMPTY && strcmp(ptUse->pszName, ptUse[-1].pszName) == 0))
