@@ -50,7 +50,7 @@ bool Is_Joined(const std::string &line)
 std::string Check_Change(const Camera &camera, const Model &after)
 {
     const std::string alias = Find_AliasToNowhere(camera.model, after);
-    const std::string error = Check_Paths(camera.start, after);
+    std::string error = Check_Paths(camera.start, after);
     if (!error.empty())
         return error;
     return alias.empty() ? Check_SnapshotSize(after)

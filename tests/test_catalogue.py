@@ -113,8 +113,8 @@ def test_documents():
 
 
 def test_keys():
-    """Every key of the sources is declared, and every declared one is there. A "%s" of a format that is neither codec nor
-    mode is a word that a source names."""
+    """Every key of the sources is declared, and every declared one is there. A "%s" of a format that is neither codec
+    nor mode is a word that a source names."""
     text = "".join(path.read_text() for folder in ("mapping", "param", "sidestore")
                    for path in sorted((TREE / "src" / folder).glob("*.cpp")))
     formats, words = set(re.findall(rf'"({KEY})"', text)), {"%s", *re.findall(r'"([a-z]+)"', text)}
@@ -122,8 +122,8 @@ def test_keys():
                for entry in record.get(part, [])] + BOOK["shared"]
     declared = {re.sub(r"\{\w+\}", "%d", re.sub(r"\{(?:codec|mode)\}", "%s", entry["key"]))
                 for entry in entries if "key" in entry}
-    pairs = {(key, form) for key in declared for form in formats
-             for found in [re.fullmatch(form.replace("%s", "([a-z]+?|%s)"), key)] if found and {*found.groups()} <= words}
+    found = {(key, form): re.fullmatch(form.replace("%s", "([a-z]+?|%s)"), key) for key in declared for form in formats}
+    pairs = [pair for pair, match in found.items() if match and {*match.groups()} <= words]
     assert declared == {key for key, _ in pairs}, "declared, but in no source"
     assert formats == {form for _, form in pairs}, "in the sources, but in no record"
     items = set(re.findall(r'(?:StreamKey|StreamValue|Write_Percent)\([^;]*?"([a-z]+)"', text))

@@ -213,6 +213,7 @@ def test_the_server_forbids_scripts_in_markup_and_in_replies(page):
 WRITE = """document.body.innerHTML =
         "<form method=post enctype=text/plain><input name=General.UnitName value=owned></form>";
     document.forms[0].action = "http://127.0.0.1:8080/cgi-bin/param.cgi"; document.forms[0].submit();"""
+CHANGE = WRITE.replace("General.UnitName", "'key system_hostname'").replace("cgi-bin/param.cgi", "camera")
 READ = f"location = 'http://127.0.0.1:8080/cgi-bin/param.cgi?req={AUDIO}';"
 
 
@@ -230,7 +231,8 @@ def test_only_its_own_page_writes_to_the_camera(page):
     page.wait(".message", "Written.", NAME)
     page.driver.execute_cdp_cmd("Page.setBypassCSP", {"enabled": True})  # another site has a policy of its own
     for site in "http://localhost:8080/", "data:text/html,null":
-        for attack, answer in (WRITE, "The request comes from another site"), (READ, "403"):
+        for attack, answer in ((WRITE, "The request comes from another site"), (READ, "403"),
+                               (CHANGE, "the request comes from another site")):
             page.driver.get(site)
             page.driver.execute_script(attack)
             page.wait("body", answer)
