@@ -7,6 +7,9 @@ struct DaemonHealth {
     bool bAnswers;  ///< it answers what its snapshot holds
 };
 
+/// Whether a web server has started this, even one that leaves something out (RFC 3875).
+bool Is_CgiProgram();
+
 void Check_Caller();         ///< the user, and what a web server must give a program
 DaemonHealth Check_Daemon(); ///< ftok file, semaphore, snapshot, socket
 /// Every camera key that the catalogue names for this camera. Where the daemon does not answer, a key that is empty or

@@ -185,7 +185,7 @@ static void Check_Folder(const char *pszFile)
     const unsigned long long dwRoom = static_cast<unsigned long long>(tStatus.f_bavail) * tStatus.f_frsize;
     if (flock(iFolder, LOCK_SH | LOCK_NB) != 0)
         Report_Bad(szFolder,
-                   "somebody holds the lock on it, for which each request waits up to 12 seconds; look again, "
+                   "somebody holds the lock on it, for which each request waits up to 10 seconds; look again, "
                    "and end who holds it (/proc/locks)");
     else if (dwRoom < ROOM_NEEDED)
         Report_Bad(szFolder, "%llu bytes are left, so a value that grows is not kept; make room", dwRoom);

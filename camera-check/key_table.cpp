@@ -10,6 +10,13 @@ const CodecWords g_atCodecWords[] = {
     {nullptr, nullptr},
 };
 
+const char *const g_apszSoundCodec[] = {
+    "h264",
+    "mpeg4",
+    "h265",
+    nullptr,
+};
+
 const KeyUse g_atKeyUse[] = {
     {"audioin_c{input}_alarm_enable", 4, true, nullptr, nullptr, "capability_audio_alarm", "1", "AudioInput.Alarm.Enabled", "internal error"},
     {"audioin_c{input}_alarm_enable", 4, true, nullptr, nullptr, "capability_audio_alarm", "1", "AudioInput.{input}.Alarm.Enabled", "internal error"},

@@ -12,6 +12,9 @@ struct CodecWords {
 };
 extern const CodecWords g_atCodecWords[];
 
+/// The camera's words for the codecs whose streams carry a channel's sound: the first stream of the first that it has.
+extern const char *const g_apszSoundCodec[];
+
 /// One use of a camera key. All uses of one key stand together.
 struct KeyUse {
     const char *pszKey;

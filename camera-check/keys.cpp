@@ -65,15 +65,14 @@ static bool Is_Announced(const char *pszName, const CameraShape &tShape)
     return bAll;
 }
 
-/// Whether a stream's name is that of the channel's sound: the first stream of these codecs.
+/// Whether a stream's name is that of the channel's sound.
 static bool Carries_Sound(const Place &tPlace, const CameraShape &tShape)
 {
-    static constexpr const char *CODECS[] = {"h264", "mpeg4", "h265"};
-    for (const char *pszCodec : CODECS) {
+    for (const char *const *ppszCodec = g_apszSoundCodec; *ppszCodec != nullptr; ++ppszCodec) {
         for (int32_t iStream = 0; iStream < tShape.iStreams; ++iStream) {
             Place tOther = tPlace;
             Enter_Stream(&tOther, tPlace.iChannel, iStream, tShape.iStreams);
-            if (strcmp(tOther.szCodec, pszCodec) == 0)
+            if (strcmp(tOther.szCodec, *ppszCodec) == 0)
                 return iStream == tPlace.iStream;
         }
     }

@@ -57,7 +57,7 @@ static void Check_All()
 int main(int argc, char *argv[])
 {
     // Nobody may ask for more than the check over the network, and some servers make arguments of a query.
-    const bool bCgi = getenv("REQUEST_METHOD") != nullptr;
+    const bool bCgi = Is_CgiProgram();
     const char *pszOption = argc > 1 && !bCgi ? argv[1] : "";
     const bool bExplain = strcmp(pszOption, "--explain") == 0 && argc == 3;
     const bool bAll = argc == 3 && strcmp(argv[2], "--all") == 0;

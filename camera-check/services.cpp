@@ -31,6 +31,9 @@
 
 static constexpr size_t NAME_SIZE = 64;
 
+/// Why a service has not answered.
+static const char *Get_Reason(int iError) { return iError == EAGAIN ? "it is silent" : strerror(iError); }
+
 // The caller.
 
 /// What is wrong with the value of a variable, what follows and what helps; null: nothing.
@@ -78,21 +81,23 @@ static void Check_Variable(const char *pszName, const char *pszFor, const char *
         Report_Good("environment", "%s=%s", pszName, pszValue);
 }
 
+bool Is_CgiProgram() { return getenv("REQUEST_METHOD") != nullptr || getenv("GATEWAY_INTERFACE") != nullptr; }
+
 void Check_Caller()
 {
     Report_Good("user", "uid %d, gid %d; the web server's user is the one that counts", static_cast<int>(geteuid()),
                 static_cast<int>(getegid()));
-    const char *pszMethod = getenv("REQUEST_METHOD");
-    if (pszMethod == nullptr) {
+    if (!Is_CgiProgram()) {
         Report_Good("environment", "not looked at, as no web server has started this; put a copy into the folder of "
                                    "param.cgi for a moment and ask for it to have it checked");
         return;
     }
     Check_Variable("SERVER_ADDR", "every request", Find_AddressFault);
     Check_Variable("REQUEST_METHOD", "every request", Find_MethodFault);
-    if (strcmp(pszMethod, "POST") == 0)
+    const char *pszMethod = getenv("REQUEST_METHOD");
+    if (pszMethod != nullptr && strcmp(pszMethod, "POST") == 0)
         Check_Variable("CONTENT_LENGTH", "every write", Find_LengthFault);
-    if (strcmp(pszMethod, "GET") == 0)
+    if (pszMethod != nullptr && strcmp(pszMethod, "GET") == 0)
         Check_Variable("QUERY_STRING", "every read", nullptr);
 }
 
@@ -283,7 +288,7 @@ static bool Check_Socket(bool bReadable)
     else
         Report_Bad("daemon",
                    "no answer on %s after %d s (%s), so writes fail, and reads of what it keeps to itself%s; %s",
-                   CONFIGER_SOCKET, iSeconds, iError != 0 ? strerror(iError) : "it is too long",
+                   CONFIGER_SOCKET, iSeconds, iError != 0 ? Get_Reason(iError) : "it is too long",
                    iError == EAGAIN ? ", after 10 s each" : "",
                    iError == EACCES ? "let this user write to the socket" : "start configer again");
     return bGood;
@@ -401,7 +406,7 @@ void Check_Ptz()
         Report_Bad("PTZ daemon",
                    "no version on %s (%s); each request asks it, for 45 seconds when nobody listens and for 30 when it "
                    "hangs; start it again, or set capability_ptzenabled to 0",
-                   PTZ_SOCKET, strerror(iError));
+                   PTZ_SOCKET, Get_Reason(iError));
 }
 
 void Check_Network()
@@ -409,7 +414,7 @@ void Check_Network()
     char szReply[512];
     const ssize_t lReceived = Ask_Analytics("/VCA/Functions", szReply, sizeof szReply);
     const int iError = errno;
-    const bool bConnected = lReceived >= 0 || iError == EAGAIN;
+    const bool bConnected = lReceived >= 0 || iError == EAGAIN || iError == ECONNRESET || iError == EPIPE;
     const int iLine = static_cast<int>(strcspn(szReply, "\r\n"));
     if (lReceived > 0 && strncmp(szReply, "HTTP/", strlen("HTTP/")) == 0)
         Report_Good("analytics", "127.0.0.1 port 80 answers \"%.*s\"", iLine, szReply);
@@ -424,7 +429,7 @@ void Check_Network()
                    "no answer from 127.0.0.1 port 80 (%s), so VideoInput.Capabilities.PeopleCountingSupported answers "
                    "%s, and CustomEvents.Capabilities.EventList lacks what it knows; start the service, or take it as "
                    "it is on a camera that has none",
-                   lReceived == 0 ? "the connection was closed" : strerror(iError),
+                   lReceived == 0 ? "the connection was closed" : Get_Reason(iError),
                    bConnected ? "false" : "an internal error");
 
     struct ifreq tRequest = {};

@@ -60,7 +60,8 @@ def key_values(catalogue, keys, row, indexes):
     codec, place = catalogue["codecs"].get(row.codec), zero.get("stream", 0)
     streams = [stream for stream, kind in enumerate(types) if kind == codec]
     stream = streams[place] if place < len(streams) else 0
-    sound = next((types.index(kind) for kind in ("h264", "mpeg4", "h265") if kind in types), 0)
+    words = [catalogue["codecs"][word] for word in catalogue["soundCodecs"]]
+    sound = next((types.index(kind) for kind in words if kind in types), 0)
     return {"channel": channel, "window": 0, "input": 0, "output": 0, **zero, "stream": stream, "index2": place,
             "codec": codec, "mode": keys.get(f"capability_videoin_c{channel}_mode"),
             "path": (stream if row.codec else sound) + channel * count}

@@ -89,7 +89,7 @@ class RowUniverse:
         return book.key_values(self.catalogue, self.keys, self.row, indexes)
 
     def add(self, requests, camera=(), environment=()):
-        self.plays.append(Play(self.row.template, self.model, tuple(camera), tuple(environment), tuple(requests)))
+        self.plays.append(Play(self.row.template, self.model, tuple(dict.fromkeys(camera)), tuple(environment), tuple(requests)))
 
     def place(self, entry, indexes=None):
         return book.fill(entry.get("key", entry.get("element")), self.key_values(indexes) if indexes else self.values)
@@ -98,13 +98,18 @@ class RowUniverse:
         """The lines with which a key or an element holds a text, or is not there (None)."""
         place = self.place(entry, indexes)
         if "key" in entry:
-            new = [f"key {place}={escape(text)}"] if text is not None else []
-            return [f"no {place}"] * (place in self.keys) + new
+            if text is None:
+                return self.without(place)
+            return [f"no {place}"] * (place in self.keys) + [f"key {place}={escape(text)}"]
         if text is None:
             return ["nofile " + self.catalogue["files"][entry["file"]]]
         if entry["file"] == "ranges":
             return ["bitrate {0} {2}={text}".format(*place.split("/"), text=escape(text))]
         return [f"side {place.replace('/', '_')}={escape(text)}"]
+
+    def without(self, key):
+        """The lines with which a key is not there, nor what is another name of it."""
+        return [f"no {name}" for name, value in self.keys.items() if key in (name, value)]
 
     def tries(self, entry):
         """What the catalogue says that a key or an element can hold."""
@@ -194,7 +199,7 @@ class RowUniverse:
         """What a model of another shape, or another codec, makes of its keys: not there, and empty."""
         entries = self.reads + self.writes + self.catalogue["shared"]
         for key in dict.fromkeys(self.place(entry) for entry in entries if "key" in entry):
-            for lines in ([f"no {key}"] if key in self.keys else [], [f"key {key}="]):
+            for lines in (self.without(key), [f"key {key}="]):
                 self.add(self.ask(self.good if self.is_writable else None), lines)
 
     def ask(self, value=None):
@@ -229,7 +234,7 @@ class RowUniverse:
             for stream in range(int(self.keys["capability_nmediastream"])) if "{stream}" in entry["key"] else [0]:
                 key = book.fill(entry["key"], {"channel": 0, "stream": stream})
                 for text in texts:
-                    lines = [f"no {key}"] if text is None else [f"key {key}={escape(text)}"]
+                    lines = self.without(key) if text is None else [f"key {key}={escape(text)}"]
                     self.add(self.ask(self.good if has_file else None), lines)
 
     def add_stated_cameras(self):
@@ -265,7 +270,7 @@ class RowUniverse:
         lines = [[f"fail {key}"] for key in keys] + [[f"fail {key}" for key in keys]] * (len(keys) > 1)
         if keys:
             lines += [[f"fault configer {fault}"] for fault in ("refuse", "close", "bytes:127", "bytes:128")]
-        lines += [[f"no {key}"] for key in dict.fromkeys(looked_at) if key in self.keys]
+        lines += [self.without(key) for key in dict.fromkeys(looked_at)]
         if any("file" in entry for entry in self.reads + self.writes):
             for word, path in self.catalogue["files"].items():
                 if word != "ranges":

@@ -1,8 +1,9 @@
 #!/bin/sh
 # The CGI program behind the demo's /camera, nothing of a camera: hands the body of a POST, lines of the model grammar,
-# to the simulated camera; /camera/log is its log, /camera/faults tells which faults there are. A page of another site
-# gets neither: the host has to be one that the demo was started for, which a foreign name that leads to this address is
-# not, and who says where the request comes from (browsers do of every POST) has to come from there.
+# to the simulated camera; /camera/log is its log, /camera/faults tells which faults can be had and, behind "now", which
+# there are. A page of another site gets none of it: the host has to be one that the demo was started for, which a
+# foreign name that leads to this address is not, and who says where the request comes from (browsers do of every POST)
+# has to come from there.
 reply() {
     printf 'Status: %s\r\nContent-Type: text/plain; charset=utf-8\r\n%s\r\n%s\n' "$1" "${3-}" "$2"
     exit
@@ -23,7 +24,7 @@ origin=$(lower "$HTTP_ORIGIN")
 case $REQUEST_METHOD$PATH_INFO in
 GET/log | HEAD/log) reply '200 OK' '' 'X-Sendfile: /var/log/camera.log
 ' ;;
-GET/faults) reply '200 OK' "$(simcam --faults)" ;;
+GET/faults) reply '200 OK' "$(simcam --faults && printf faults | simcam --tell)" ;;
 POST) ;;
 *) reply '405 Method Not Allowed' 'a change of the camera is a POST of model lines' ;;
 esac

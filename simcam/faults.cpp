@@ -120,3 +120,17 @@ std::string Describe_Faults()
     }
     return lines;
 }
+
+std::string List_PresentFaults(const FaultList &faults)
+{
+    std::string lines;
+    for (size_t service = SERVICE_ANALYTICS; service < SERVICE_COUNT; ++service) {
+        const Fault &fault = faults[service];
+        for (const FaultRow &row : FAULT_ROWS) {
+            if (Is_Of_Service(row, service) && fault.word == row.pszWord)
+                lines += std::string("now\t") + SERVICES[service].pszWord + "\t" + fault.word +
+                         (row.isNumbered ? ":" + std::to_string(fault.number) : "") + "\n";
+        }
+    }
+    return lines;
+}

@@ -169,16 +169,24 @@ bool Read_Values(const std::string &text, SideValues *pValues)
     return tags.empty();
 }
 
+// No text where there is no such file, or it cannot be read.
+std::optional<std::string> Read_File(const std::string &path)
+{
+    std::ifstream file(path);
+    if (!file.is_open())
+        return std::nullopt;
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 // The settings files of a folder; those that are not there have no values. Returns an empty text, or what is wrong.
 std::string Read_SideFiles(const std::string &folder, SideValues *pValues)
 {
     for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
         const std::string path = folder + strrchr(pFile->pszTag, '/');
-        std::ifstream file(path);
-        const std::string text = {std::istreambuf_iterator<char>(file), {}};
-        if (!file.is_open() && access(path.c_str(), F_OK) == 0)
+        const std::optional<std::string> text = Read_File(path);
+        if (!text.has_value() && access(path.c_str(), F_OK) == 0)
             return "cannot read " + path;
-        if (strcmp(pFile->pszTag, CAPABILITY_FILE) != 0 && !Read_Values(text, pValues))
+        if (strcmp(pFile->pszTag, CAPABILITY_FILE) != 0 && !Read_Values(text.value_or(""), pValues))
             return path + " is no settings file";
     }
     return "";
@@ -292,7 +300,10 @@ std::string Update_CameraFiles(const Model &before, const Model &after, const Si
     std::string error = Compose_CameraFiles(after, &keptAfter, &files);
     if (!error.empty())
         return error;
-    for (const auto &[path, text] : current) {
+    for (auto &[path, text] : current) {
+        // A program may have given a file elements that the model has no place for.
+        if (pNewSides == nullptr)
+            text = Read_File(path);
         const auto file = files.try_emplace(path).first; // a path that is no longer named is removed
         if (file->second == text)
             files.erase(file);

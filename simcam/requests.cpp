@@ -84,6 +84,8 @@ std::string Answer_Request(Service service, const std::string &request, Camera *
 {
     switch (service) {
     case SERVICE_CONTROL:
+        if (request == "faults") // a question, no change
+            return List_PresentFaults(pCamera->model.faults);
         Write_LogLine(*pCamera, "change", request.substr(0, request.find_last_not_of("\r\n") + 1));
         return Change_Camera(request, pCamera);
     case SERVICE_PTZ:

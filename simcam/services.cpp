@@ -154,7 +154,7 @@ bool Restart_Services(const FaultList &before, Server *pServer)
 {
     bool isOpen = true;
     for (const Service service : SOCKET_SERVICES) {
-        if (!(pServer->pCamera->model.faults[service] != before[service]))
+        if (pServer->pCamera->model.faults[service] == before[service])
             continue;
         if (service == SERVICE_SYSLOG)
             Drain_SystemLog(*pServer);

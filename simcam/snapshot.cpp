@@ -102,7 +102,7 @@ bool Update_Snapshot(const Model &before, const Model &after, Snapshot *pSnapsho
 {
     bool isSame = true;
     for (const Service service : {SERVICE_SNAPSHOT, SERVICE_SEMAPHORE})
-        isSame = isSame && !(before.faults[service] != after.faults[service]);
+        isSame = isSame && before.faults[service] == after.faults[service];
     for (const char *pszSetting : {"snapshot base", "snapshot size"})
         isSame = isSame && before.settings.at(pszSetting) == after.settings.at(pszSetting);
     if (isSame)

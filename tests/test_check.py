@@ -59,7 +59,7 @@ def bad_lines(answer):
     return [line for line in bad if not line.startswith("keys: not looked at")]
 
 
-# What is done to a camera, or to the check: model lines, "|" between; or, as a word in front tells, a variable of
+# What is done to a camera, or to the check: model lines, "|" between; last, as a word in front tells, a variable of
 # a web server (-NAME: without it), a file's mode, a file that is gone, new, or a link to a read-only file system, the
 # semaphore's value. Behind "=>" the bad line, as a regular expression that it begins with; of more than one the last.
 # "seed" is said where it stands here, and nowhere else.
@@ -84,6 +84,8 @@ gone $CONFIGER => ftok file: $CONFIGER: No such file .* start configer again
 new $CONFIGER => ftok file: $CONFIGER was replaced .* 0x63.* 0x63.*restart configer
 fault syslog absent => system log: nobody .* start
 fault analytics close => analytics: no answer .* false
+fault analytics reset => analytics: no answer .* false
+fault analytics hang => analytics: no answer .*\(it is silent\).* false
 fault analytics refuse => analytics: no answer .* internal error
 fault analytics bytes:5 => analytics: .*"xxxxx", which is no HTTP
 fault ptz refuse => PTZ daemon: no version .*\(Connection refused\).* 45 seconds
@@ -91,7 +93,7 @@ fault ptz close => PTZ daemon: no version .*\(it closes the connection\), so .* 
 fault ptz garbage => PTZ daemon: no version .*\(the answer has none\), so .* no patterns
 ptz pidfile=no => PTZ pid file: .* is not there .* answers 0
 file $PID=99999 => PTZ pid file: .* left over
-mode 0 $PID => PTZ pid file: .* cannot be read by this user .* answers 0
+key capability_ptzenabled=0|mode 0 $PID => PTZ pid file: .* cannot be read by this user .* answers 0; let
 no system_hostname => system_hostname: missing; General.UnitName: internal error; give
 no capability_videoin_h264_maxframerate => capability_videoin_c0_h264_.*: missing; .* or for capability_videoin_h264_max
 no videoin_c0_s2_codectype => videoin_c0_s2_codectype: missing; every request: .* all behind it
@@ -123,6 +125,7 @@ file $CDF=<root> => $CDF: its elements do not nest
 env -SERVER_ADDR => environment: SERVER_ADDR is not set
 env SERVER_ADDR= => environment: SERVER_ADDR="" is no IP address
 env SERVER_ADDR=camera => environment: SERVER_ADDR="camera" is no IP address
+env -REQUEST_METHOD => environment: REQUEST_METHOD is not set
 env REQUEST_METHOD=PUT => environment: REQUEST_METHOD="PUT" is neither
 env -CONTENT_LENGTH => environment: CONTENT_LENGTH is not set
 env CONTENT_LENGTH=abc => environment: CONTENT_LENGTH="abc" is no number
@@ -143,8 +146,9 @@ ALIKE = ["no image_c0_saturationpercent", "no capability_serialptz", "key capabi
 def changed(change):
     """Does to the sandbox what is no line of a model, and yields what the check is started with."""
     word, _, what = change.partition(" ")
-    env = {"SERVER_ADDR": "10.0.0.1", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"} if word == "env" else {}
+    env = {}
     if word == "env":
+        env = {"GATEWAY_INTERFACE": "CGI/1.1", "SERVER_ADDR": "::1", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"}
         env.update([what.split("=", 1)] if what[0] != "-" else [])
         env.pop(what[1:], None)
     if word == "semaphore":
@@ -167,8 +171,10 @@ def changed(change):
 
 @pytest.mark.parametrize("change", [*WRONG, *ALIKE])
 def test_what_is_wrong(start, check, change):
-    lines = [] if change.split()[0] in ("env", "semaphore", "mode", "gone", "new", "frozen") else change.split("|")
-    with start("ptz", *lines), changed(change) as env:
+    *lines, last = change.split("|")
+    if last.split()[0] not in ("env", "semaphore", "mode", "gone", "new", "frozen"):
+        lines.append(last)
+    with start("ptz", *lines), changed(last) as env:
         bad = "\n".join(bad_lines(check(env=env)))
     said = WRONG.get(change, "")
     assert re.fullmatch(said + ".*" * (said != ""), bad) and "{" not in bad and ("seed" in bad) == ("seed" in said), bad
@@ -238,7 +244,7 @@ def test_a_recorded_camera_answers_alike(start, check, pytestconfig, tmp_path, m
 
 
 def test_versions(check):
-    assert re.fullmatch(rf"camera-check (2[.\d]+, build \S+)\n{PROGRAM}: \1\n", check("--version")[0])
+    assert re.fullmatch(rf"(?:(camera-check|{PROGRAM}:) 2[.\d]+, build \S+\n){{2}}", check("--version")[0])
     assert check("--version", CONFIGER)[0].endswith(": unknown\n")
 
 

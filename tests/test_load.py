@@ -131,13 +131,18 @@ def test_setters_lose_nothing_and_readers_see_whole_values(camera):
     camera.quiet = read(READS)
 
 
+PAIRS = [("VideoInput.1.Brightness", "image_c0_brightnesspercent", 1),  # stored first
+         ("Network.Services.Ntp.PollInterval", "system_updateinterval", 60)]  # sent first
+
+
 def test_camera_and_platform_agree_behind_two_writes_at_once(camera, pytestconfig):
     for number in range(20 * pytestconfig.option.batches):
-        name, key = (("Brightness", "image_c0_brightnesspercent"), ("Saturation", "image_c0_saturationpercent"))[number % 2]
-        for writer in [start_write(f"VideoInput.1.{name}={value}") for value in (10, 90)]:
+        name, key, factor = PAIRS[number % 2]
+        for writer in [start_write(f"{name}={value}") for value in (10, 90)]:
             writer.wait()
-        sent = [line for line in camera.log()[0] if line.startswith(f"set {key}=")][-1]
-        assert read([f"VideoInput.1.{name}"]) == [f"VideoInput.1.{name}={sent.partition('=')[2]}"]
+        sent = [int(line.partition("=")[2]) for line in camera.log()[0] if line.startswith(f"set {key}=")]
+        assert read([name]) == [f"{name}={sent[-1] // factor}"]
+    camera.quiet = read(READS)
 
 
 @contextlib.contextmanager

@@ -51,7 +51,9 @@ export function expand(catalogue, get) {
 
 class Counts {
     constructor(catalogue, get) {
-        Object.assign(this, { catalogue, get, bounds: new Set() });
+        this.catalogue = catalogue;
+        this.get = get;
+        this.bounds = new Set();
         // A count whose reading changes the camera is not asked for by itself; until somebody does, there is one.
         this.costly = new Set(catalogue.parameters.filter((record) => record.readWrites).map((record) => record.name));
     }
@@ -128,7 +130,8 @@ export function choicesOf(type, get) {
 }
 
 export function rangeOf(type, get) {
-    return [type.min, type.max].map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null);
+    return [type.min, type.max].map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null)
+        .map((bound) => (bound === null ? null : Number(bound)));
 }
 
 // What a value looks like, in a few words.

@@ -5,11 +5,13 @@ import { fromFile } from "./files.js";
 export class Reference extends EventTarget {
     constructor() {
         super();
-        this.set("", new Map());
+        this.title = "";
+        this.values = new Map(); // by name
     }
 
     set(title, values) {
-        Object.assign(this, { title, values, isOn: title !== "" });
+        this.title = title;
+        this.values = values;
         this.dispatchEvent(new Event("change"));
     }
 
@@ -44,7 +46,7 @@ export function offerComparison({ camera, reference, parameters, shown, show }) 
     });
     find("compare-stop").addEventListener("click", () => reference.set("", new Map()));
     const update = () => {
-        find("compare").hidden = !reference.isOn;
+        find("compare").hidden = !reference.title;
         const names = [...reference.values.keys()];
         const differing = shown().filter((name) => reference.difference(name, camera.readings.get(name)));
         const absent = names.filter((name) => !parameters().has(name));
@@ -52,7 +54,7 @@ export function offerComparison({ camera, reference, parameters, shown, show }) 
         say(find("compare-text"), [`Compared with ${reference.title}: ${differing.length || "none"} of what is shown `,
             differing.length === 1 ? "differs." : "differ.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
             absent.length ? ` This camera lacks ${counted(absent.length, "parameter")} of it.` : ""].join(""));
-        find("rows").classList.toggle("only-differences", reference.isOn && find("compare-only").checked);
+        find("rows").classList.toggle("only-differences", Boolean(reference.title) && find("compare-only").checked);
     };
     find("compare-only").addEventListener("change", update);
     return update;

@@ -10,7 +10,9 @@ const IDENTITY = ["General.Brand.CompanyName", "General.Brand.ModelName", "Gener
 export class Discovery {
     // onGrow(parameters) is told what there is, when that is known or has changed.
     constructor(catalogue, camera, onGrow) {
-        Object.assign(this, { catalogue, camera, onGrow });
+        this.catalogue = catalogue;
+        this.camera = camera;
+        this.onGrow = onGrow;
         this.counts = new Map();
         this.identity = "";
         this.running = null;
@@ -44,7 +46,8 @@ export class Discovery {
             missing.forEach((name) => asked.add(name));
             this.identify();
             found = expand(this.catalogue, this.countOf);
-            missing = [...found.bounds].filter((name) => !asked.has(name) && !found.parameters.get(name)?.changesCamera);
+            const isAsked = (name) => asked.has(name) || found.parameters.get(name)?.changesCamera;
+            missing = [...found.bounds].filter((name) => !isAsked(name));
         }
         this.isIncomplete = [...found.bounds, ...IDENTITY].some((name) => {
             const reading = this.camera.readings.get(name);

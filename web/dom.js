@@ -20,9 +20,9 @@ export function say(element, text) {
     if (element.textContent !== text) element.textContent = text;
 }
 
-// A name that breaks at its dots, where there is no room for it on one line.
+// A name that breaks at its dots or between its words, where there is no room for it on one line.
 export const breakable = (name) =>
-    name.split(/(?<=\.)/).flatMap((word, i) => (i ? [h("wbr"), word] : [word]));
+    name.split(/(?<=\.)|(?<=[a-z])(?=[A-Z])/).flatMap((word, i) => (i ? [h("wbr"), word] : [word]));
 
 export const timeOf = (time) => new Date(time).toTimeString().slice(0, 8);
 export const counted = (number, word) => `${number} ${word}${number === 1 ? "" : "s"}`;
@@ -53,8 +53,8 @@ export function download(name, type, text) {
     setTimeout(() => URL.revokeObjectURL(url), 10_000);
 }
 
-// A field whose number the up and down keys change, within its range: numbers of its own kind a browser changes silently,
-// as 0,5 to 5, and hides what is half typed.
+// A field whose number the up and down keys change, within its range. (A browser's own fields for numbers change what
+// is typed silently, 0,5 to 05, and hide what is half typed.)
 export function stepByArrows(field, step, range) {
     field.addEventListener("keydown", (event) => {
         const way = { ArrowUp: step, ArrowDown: -step }[event.key];

@@ -26,6 +26,7 @@ export const toLines = (names, readings) => entriesOf(names, readings)
 // Of a JSON file of this page, or of NAME=VALUE lines such as replies: {title, made, values, by name}. Throws what is
 // wrong with it.
 export function fromFile(text) {
+    /** @type {[string, string][]} */
     const lines = [...text.matchAll(/^([A-Z]\w*(?:\.\w+)+)=(.*?)\r?$/gm)].map(([, name, value]) => [name, value]);
     if (!/^\s*\{/.test(text) && lines.length) return { title: "", made: "", values: new Map(lines) };
     let found = null;

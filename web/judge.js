@@ -1,8 +1,8 @@
-// What is said about a value before it is sent: {refuse}, the reason why it is not sent, as its type takes none like it;
-// {ask}, what speaks against it where only the camera may judge; or {}.
+// What is said about a value before it is sent: {refuse}, why it is not sent, as its type takes none like it; {ask},
+// what speaks against it where only the camera may judge; or {}.
 import { choicesOf, describeType, rangeOf } from "./catalogue.js";
 
-const TIME = /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$/;
+const TIME = /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z$/;
 const ADDRESS = /^(25[0-5]|2[0-4]\d|1?\d?\d)(\.(25[0-5]|2[0-4]\d|1?\d?\d)){3}$/;
 const HOST = /^[a-z\d]([a-z\d.-]*[a-z\d])?$/i;
 
@@ -16,7 +16,7 @@ const JUDGES = {
         if (!/^-?\d+$/.test(text) && !choicesOf(type, get).includes(text)) {
             return refuse(`“${text}” is no whole number.`);
         }
-        const [min, max] = rangeOf(type, get).map((bound) => (bound === null ? null : Number(bound)));
+        const [min, max] = rangeOf(type, get);
         const isOutside = (min !== null && Number(text) < min) || (max !== null && Number(text) > max);
         return isOutside ? ask(`It takes ${describeType(type, get)}.`) : {};
     },

@@ -1,5 +1,5 @@
-// What stands behind the "#" of the page's address: names of parameters and of groups, and behind "?" a search. "#?" is
-// a page that shows nothing, "#?bright" one that shows what the search finds.
+// What stands behind the "#" of the page's address: names of parameters and of groups, or "-" for none, and behind "?"
+// a search. Without names it shows what the search finds.
 
 export function readLink(hash) {
     let text = hash.replace(/^#/, "");
@@ -9,8 +9,9 @@ export function readLink(hash) {
         // A percent sign that stands for itself.
     }
     const at = text.indexOf("?");
-    const places = (at < 0 ? text : text.slice(0, at)).split(",").filter(Boolean);
-    return { places, search: at < 0 ? "" : text.slice(at + 1), isEmpty: !text };
+    const before = at < 0 ? text : text.slice(0, at);
+    const places = before.split(",").filter((place) => place && place !== "-");
+    return { places, search: at < 0 ? "" : text.slice(at + 1), isEmpty: !text, isSearch: !before && at >= 0 };
 }
 
 const isBelow = (name, place) => name === place || name.startsWith(place + ".");
@@ -28,6 +29,5 @@ export function writeLink(shown, names, search) {
     }
     const places = names.filter((name) => shown.has(name)).map((name) =>
         groupsOf(name).find((group) => sizes.get(group) > 1) ?? name);
-    const behind = search || !places.length ? `?${encodeURIComponent(search)}` : "";
-    return `#${[...new Set(places)].join(",")}${behind}`;
+    return `#${[...new Set(places)].join(",") || "-"}${search && `?${encodeURIComponent(search)}`}`;
 }

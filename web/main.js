@@ -43,9 +43,9 @@ async function start() {
 
 // What the address asks for, or the first view. Names that the camera may still announce are waited for.
 function takeLink() {
-    const { places, search, isEmpty } = readLink(location.hash);
+    const { places, search, isEmpty, isSearch } = readLink(location.hash);
     find("search").value = search;
-    page.link = { search: places.length ? "" : search, places: isEmpty ? [FIRST_SHOWN] : places };
+    page.link = { isSearch, places: isEmpty ? [FIRST_SHOWN] : places };
     page.shown.clear();
     followLink();
 }
@@ -55,7 +55,7 @@ function followLink() {
     if (!page.link) return;
     const names = [...page.parameters.keys()];
     const found = searchTree();
-    const fresh = [...namesAt(page.link.places, names), ...page.link.search ? found : []];
+    const fresh = [...namesAt(page.link.places, names), ...page.link.isSearch ? found : []];
     const absent = placesWithout(page.link.places, names);
     const isOpen = page.discovery.isIncomplete;
     fresh.forEach((name) => page.shown.add(name));
@@ -130,9 +130,9 @@ function cameraTitle() {
 }
 
 function showCamera() {
-    const [, , ...rest] = Object.entries(ABOUT).map(([name, word]) => page.camera.get(name) && word + page.camera.get(name));
+    const texts = Object.entries(ABOUT).map(([name, word]) => page.camera.get(name) && word + page.camera.get(name));
     say(find("camera-name"), cameraTitle() || "Camera parameters");
-    say(find("camera-about"), rest.filter(Boolean).join(" · "));
+    say(find("camera-about"), texts.slice(2).filter(Boolean).join(" · "));
     const [unit, title] = [page.camera.get("General.UnitName"), cameraTitle()];
     document.title = [unit, title, title ? location.host : "Camera parameters"].filter(Boolean).join(" – ");
 }
@@ -148,6 +148,9 @@ function listen() {
     find("clear").addEventListener("click", () => check([...page.shown], false));
     find("every").addEventListener("change", repeat);
     addEventListener("hashchange", takeLink);
+    for (const button of find("skip").children) {
+        button.addEventListener("click", () => find(button.dataset.to).focus());
+    }
     offerExport();
     setInterval(() => page.rows.forEach((row) => row.tick()), 1000);
 }
@@ -233,11 +236,12 @@ async function readShown(names) {
     if (!wanted.length) return;
     const start = Date.now();
     await page.camera.read(wanted.flatMap((parameter) => [parameter.name, ...parameter.needs]));
-    const readings = wanted.map(({ name }) => page.camera.readings.get(name)).filter((reading) => reading?.start >= start);
-    const failed = readings.filter(({ value, trouble }) => value === undefined || trouble);
-    const missing = wanted.length - readings.length;
-    say(find("summary"), [`${counted(readings.length, "value")} read`, failed.length && `${failed.length} with an error`,
-        missing > 0 && `${missing} not read`].filter(Boolean).join(", "));
+    const readings = wanted.map(({ name }) => page.camera.readings.get(name));
+    const made = readings.filter((reading) => reading?.start >= start);
+    const failed = made.filter(({ value, trouble }) => value === undefined || trouble);
+    const missing = wanted.length - made.length;
+    say(find("summary"), [`${counted(made.length, "value")} read`, failed.length && `${failed.length} with an error`,
+        missing && `${missing} not read`].filter(Boolean).join(", "));
 }
 
 let timer;

@@ -2,7 +2,7 @@
 import { readForm } from "./catalogue.js";
 
 // before: the value that was known; back: the reading made after the write, or null. isBad: what was sent is better
-// looked at again.
+// looked at again. value: what was written, where that is what the camera has.
 export function outcomeOf(type, sent, before, { answer, back }) {
     const wanted = readForm(type, sent);
     const now = back?.trouble ? undefined : back?.value;
@@ -10,7 +10,8 @@ export function outcomeOf(type, sent, before, { answer, back }) {
     const common = { remark: answer.remark ?? "" };
     if (answer.value !== undefined) {
         if (now === undefined) return { ...common, text: "Accepted, but it cannot be read back.", isBad: true };
-        return { ...common, text: now === wanted ? "Written." : `Accepted, reads ${shown}.` };
+        if (now === wanted) return { ...common, text: "Written.", value: now };
+        return { ...common, text: `Accepted, reads ${shown}.` };
     }
     const words = (answer.error ?? answer.trouble).replace(/\.$/, "");
     if (now === undefined || (now !== wanted && now === before)) return { ...answer, isBad: true };

@@ -78,7 +78,7 @@ export function pageTrouble(text, type) {
 // What bytes, one in each character, say as UTF-8. If they are none, those beyond ASCII are shown as \xHH.
 export function textOf(bytes) {
     try {
-        const numbers = Uint8Array.from(bytes, (byte) => byte.charCodeAt(0));
+        const numbers = Uint8Array.from([...bytes].map((byte) => byte.charCodeAt(0)));
         return { text: new TextDecoder("utf-8", { fatal: true, ignoreBOM: true }).decode(numbers), isRaw: false };
     } catch {
         const text = bytes.replace(/[\x80-\xff]/g, (byte) => `\\x${byte.charCodeAt(0).toString(16)}`);
@@ -108,7 +108,7 @@ export function match(names, done, rules) {
 
 function valueOf(bytes) {
     const { text, isRaw } = textOf(bytes);
-    return isRaw ? { value: text, isRaw, remark: "Its bytes are no UTF-8; \\x stands in front of each." } : { value: text };
+    return { value: text, ...isRaw && { isRaw, remark: "Its bytes are no UTF-8; \\x stands in front of each." } };
 }
 
 function leftOut(done, refusal, { replyMax }) {

@@ -4,8 +4,8 @@ import { h, stepByArrows } from "./dom.js";
 
 const SIDES = ["left", "top", "right", "bottom"];
 const STEP = 0.01;
-const GRIP = 0.05; // of the image: how near to a handle the pointer takes hold of it, and how long a drag begins to draw
-const HINT = "Drag to draw it, a corner to size it, the middle to move it. Arrow keys move it; with Shift they size it.";
+const GRIP = 0.05; // of the image: how near to a handle the pointer takes hold of it, and how far it goes to draw
+const HINT = "Drag to draw it, a corner to size it, the middle to move it. Arrow keys move it, with Shift size it.";
 const KEYS = { ArrowLeft: [-STEP, 0], ArrowRight: [STEP, 0], ArrowUp: [0, -STEP], ArrowDown: [0, STEP] };
 
 const clamp = (value, low = 0, high = 1) => Math.min(high, Math.max(low, value));
@@ -32,7 +32,7 @@ export function makeRectangle(parameter, names) {
     canvas.addEventListener("keydown", (event) => {
         if (!(event.key in KEYS)) return;
         event.preventDefault();
-        change((event.shiftKey ? moveEdges : move)(get(), ...KEYS[event.key]));
+        change((event.shiftKey ? moveEdges : move)(get(), KEYS[event.key]));
     });
     followPointer(canvas, get, change);
     for (const field of fields) {
@@ -48,12 +48,14 @@ export function makeRectangle(parameter, names) {
     };
 }
 
-function move([left, top, right, bottom], x, y) {
+/** @type {(corners: number[], way: number[]) => number[]} */
+function move([left, top, right, bottom], [x, y]) {
     const [dx, dy] = [clamp(x, -left, 1 - right), clamp(y, -top, 1 - bottom)];
     return [left + dx, top + dy, right + dx, bottom + dy];
 }
 
-function moveEdges([left, top, right, bottom], x, y) {
+/** @type {(corners: number[], way: number[]) => number[]} */
+function moveEdges([left, top, right, bottom], [x, y]) {
     return [left, top, clamp(right + x, left), clamp(bottom + y, top)];
 }
 
@@ -63,7 +65,8 @@ const inOrder = (a, b) => [Math.min(a[0], b[0]), Math.min(a[1], b[1]), Math.max(
 function followPointer(canvas, get, change) {
     let drag = null;
     let box = null; // where the image was when the drag began: a message that comes meanwhile moves it
-    const place = (event) => [clamp((event.clientX - box.left) / box.width), clamp((event.clientY - box.top) / box.height)];
+    const place = (event) =>
+        [clamp((event.clientX - box.left) / box.width), clamp((event.clientY - box.top) / box.height)];
     canvas.addEventListener("pointerdown", (event) => {
         canvas.setPointerCapture(event.pointerId);
         box = canvas.getBoundingClientRect();
@@ -76,15 +79,16 @@ function followPointer(canvas, get, change) {
     for (const end of ["pointerup", "pointercancel"]) canvas.addEventListener(end, () => (drag = null));
 }
 
-const isNear = (x, y, place) => Math.abs(x - place[0]) < GRIP && Math.abs(y - place[1]) < GRIP;
+const isNear = (a, b) => Math.abs(a[0] - b[0]) < GRIP && Math.abs(a[1] - b[1]) < GRIP;
 
 // Returns what a place makes of the rectangle; nothing, as long as a new one is too small to be meant.
+/** @type {(corners: number[], from: number[]) => (to: number[]) => number[]} */
 function startDrag([left, top, right, bottom], [x, y]) {
     const [nearX, farX] = Math.abs(x - left) < Math.abs(x - right) ? [left, right] : [right, left];
     const [nearY, farY] = Math.abs(y - top) < Math.abs(y - bottom) ? [top, bottom] : [bottom, top];
-    if (isNear(x, y, [nearX, nearY])) return (to) => inOrder([farX, farY], to);
-    if (isNear(x, y, [(left + right) / 2, (top + bottom) / 2])) {
-        return (to) => move([left, top, right, bottom], to[0] - x, to[1] - y);
+    if (isNear([x, y], [nearX, nearY])) return (to) => inOrder([farX, farY], to);
+    if (isNear([x, y], [(left + right) / 2, (top + bottom) / 2])) {
+        return (to) => move([left, top, right, bottom], [to[0] - x, to[1] - y]);
     }
     return (to) => (Math.abs(to[0] - x) < GRIP || Math.abs(to[1] - y) < GRIP ? null : inOrder([x, y], to));
 }

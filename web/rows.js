@@ -1,7 +1,7 @@
 // The parameters that are shown, under the part of the name that they share: value, age, what the program said of it,
 // and a widget where it can be written.
 import { explain, readForm, writeForm } from "./catalogue.js";
-import { breakable, h, say } from "./dom.js";
+import { breakable, h, say, timeOf } from "./dom.js";
 import { judge } from "./judge.js";
 import { outcomeOf } from "./outcome.js";
 import { makeWidget } from "./widgets.js";
@@ -15,7 +15,10 @@ const signButton = (sign, label, attributes) =>
 export class Row {
     // context: the catalogue, the camera, the reference that values are compared with.
     constructor(parameter, { catalogue, camera, reference }, onRemove) {
-        Object.assign(this, { parameter, catalogue, camera, reference });
+        this.parameter = parameter;
+        this.catalogue = catalogue;
+        this.camera = camera;
+        this.reference = reference;
         this.id = `row-${++rowCount}`;
         this.isEdited = this.isSending = false;
         this.sentAt = 0;
@@ -43,7 +46,7 @@ export class Row {
         const remove = signButton("✕", `Remove ${name}`, { onclick: () => onRemove(this) });
         return h("li", { class: "row", "data-name": name },
             h("div", { class: "what" },
-                h("span", { class: "name", id: `${id}-name` }, place, name.split(".").at(-1)),
+                h("span", { class: "name", id: `${id}-name` }, place, breakable(name.split(".").at(-1))),
                 h("span", { class: "label" }, record.label)),
             this.widget ? this.buildForm() : h("div", { class: "value" }, this.value, this.buildUnit(), this.was),
             h("div", { class: "tools" }, this.age, read, this.buildToggle(), remove),
@@ -135,8 +138,7 @@ export class Row {
     update() {
         const { camera, widget, parameter } = this;
         const reading = camera.readings.get(parameter.name);
-        // What came of a write belongs to its moment.
-        if (this.outcome && reading?.start > this.outcome.at) this.outcome = null;
+        this.ageOutcome(reading);
         this.element.classList.toggle("asking", camera.asking.has(parameter.name));
         this.element.classList.toggle("edited", this.isEdited);
         if (widget) {
@@ -152,10 +154,19 @@ export class Row {
         this.tick();
     }
 
+    // What came of a write belongs to its moment: a newer reading takes its place, or confirms it.
+    ageOutcome(reading) {
+        const { value, at } = this.outcome ?? {};
+        if (!(reading?.start > at)) return;
+        const isConfirmed = value !== undefined && value === reading.value && !reading.trouble;
+        this.outcome = isConfirmed ? { ...this.outcome, text: `Written at ${timeOf(at)}.` } : null;
+    }
+
     // An edit beside what the camera has, and what is compared with it.
     showBeside(reading) {
         const { name, type } = this.parameter;
-        const isKept = this.isEdited && reading?.value !== undefined && readForm(type, this.widget.get()) !== reading.value;
+        const isKnown = this.isEdited && reading?.value !== undefined;
+        const isKept = isKnown && readForm(type, this.widget.get()) !== reading.value;
         say(this.kept, isKept ? `The camera has ${reading.value || "an empty text"}.` : "");
         const difference = this.reference.difference(name, reading);
         say(this.was, difference);
@@ -188,11 +199,11 @@ export class Row {
     }
 
     tick(now = Date.now()) {
-        const { name } = this.parameter;
-        const begun = this.isSending ? this.sentAt : this.camera.asking.get(name)?.start;
+        const { camera, parameter: { name } } = this;
+        const begun = this.isSending ? this.sentAt : camera.asking.get(name)?.start;
         const waited = Math.floor((now - begun) / 1000);
-        const word = this.isSending ? "sending" : "asking";
-        say(this.age, begun ? `${word}…${waited > 1 ? ` ${waited} s` : ""}` : ageText(now - this.camera.readings.get(name)?.at));
+        const wait = `${this.isSending ? "sending" : "asking"}…${waited > 1 ? ` ${waited} s` : ""}`;
+        say(this.age, begun ? wait : ageText(now - camera.readings.get(name)?.at));
     }
 }
 

@@ -23,8 +23,9 @@ const SHOWN_FAULTS = {
 export async function followLog(onChange, onRestart) {
     let [size, tail, isLost] = [0, new Uint8Array(0), false];
     for (;;) {
+        /** @type {{bytes?: Uint8Array, isAbsent?: boolean, isOther?: boolean}} */
         const piece = await readLog(size, tail).catch(() => ({}));
-        if (piece.isAbsent) return;
+        if (piece.isAbsent && !size) return;
         const isKnown = piece.bytes && !isLost;
         if ((piece.isOther || (piece.bytes && isLost)) && size) {
             [size, tail, isLost] = [0, new Uint8Array(0), false];
@@ -43,6 +44,7 @@ export async function followLog(onChange, onRestart) {
     }
 }
 
+/** @returns {Promise<{bytes?: Uint8Array, isAbsent?: boolean, isOther?: boolean}>} */
 async function readLog(size, tail) {
     const from = size - tail.length;
     const reply = await fetch(LOG, { headers: { Range: `bytes=${from}-` }, cache: "no-store" });
@@ -118,6 +120,8 @@ async function markFaults(known) {
     const now = new Map(rows.filter(([word]) => word === "now").map(([, service, fault]) => [service, fault]));
     for (const group of find("faults").children) {
         const fault = now.get(group.dataset.service) ?? "none";
-        for (const button of group.querySelectorAll("button")) button.ariaPressed = String(button.textContent === fault);
+        for (const button of group.querySelectorAll("button")) {
+            button.ariaPressed = String(button.textContent === fault);
+        }
     }
 }

@@ -6,7 +6,13 @@ import { matcher } from "./catalogue.js";
 export class Tree {
     // onCheck(names, isOn) is told what is to be shown or not; get(name) knows values.
     constructor(root, onCheck, get) {
-        Object.assign(this, { root, onCheck, get, nodes: [], parameters: [], byItem: new Map(), found: new Set() });
+        this.root = root;
+        this.onCheck = onCheck;
+        this.get = get;
+        this.parameters = [];
+        this.nodes = [];
+        this.byItem = new Map(); // the node of an element
+        this.found = new Set(); // parameters
         this.openBefore = null;
         this.hadFocus = false;
         this.current = "";
@@ -19,7 +25,9 @@ export class Tree {
     build(parameters) {
         this.openBefore ??= this.openPaths();
         this.hadFocus = this.root.contains(document.activeElement);
-        Object.assign(this, { nodes: [], parameters: [...parameters.values()], byItem: new Map() });
+        this.parameters = [...parameters.values()];
+        this.nodes = [];
+        this.byItem.clear();
         const top = { path: "", below: [], inner: new Map(), list: this.root };
         this.root.replaceChildren();
         for (const parameter of this.parameters) this.add(top, parameter);

@@ -53,7 +53,7 @@ function makeField(type, camera, names, listId) {
     const list = type.list || type.words ? h("datalist", { id: listId }) : null;
     const field = h("input", { ...names, type: "text", inputmode: isNumber && "numeric", list: list && listId,
                                autocomplete: "off", spellcheck: "false" });
-    if (isNumber && !list) stepByArrows(field, 1, () => rangeOf(type, camera.get).map((bound) => bound && Number(bound)));
+    if (isNumber && !list) stepByArrows(field, 1, () => rangeOf(type, camera.get));
     return {
         elements: [field, list], fields: [field],
         hint: () => (type.kind === "text" ? "" : describeType(type, camera.get)),

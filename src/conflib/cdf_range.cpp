@@ -59,15 +59,49 @@ static int Parse_CodecRange(const SXMLParserContext *ptParser, const char *pszCh
     return 0;
 }
 
+/// A range that was found. One request asks for both bounds, of several streams, and each time the whole file is
+/// parsed.
+struct KeptRange {
+    char szCodec[CODEC_TAG_SIZE]; ///< empty: none is kept here
+    int32_t iChannel;
+    QuorvexFloatRange tRange;
+};
+static KeptRange g_atKeptRange[32]; ///< as many as eight channels with four codecs have
+
+static bool Is_RangeOf(const KeptRange *pt, const char *pszCodec, int32_t iChannel)
+{
+    return pt->szCodec[0] != '\0' && pt->iChannel == iChannel && strcmp(pt->szCodec, pszCodec) == 0;
+}
+
+/// The place where a range is kept, or where it can be: the last one when all are full.
+static KeptRange *Find_KeptRange(const char *pszCodec, int32_t iChannel)
+{
+    KeptRange *const ptLast = &g_atKeptRange[sizeof g_atKeptRange / sizeof g_atKeptRange[0] - 1];
+    KeptRange *pt = g_atKeptRange;
+    while (pt < ptLast && pt->szCodec[0] != '\0' && !Is_RangeOf(pt, pszCodec, iChannel))
+        ++pt;
+    return pt;
+}
+
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel)
 {
     char szCodec[CODEC_TAG_SIZE];
     Copy_Text(szCodec, sizeof szCodec, pszCodec);
+    KeptRange *ptKept = Find_KeptRange(szCodec, iChannel);
+    if (Is_RangeOf(ptKept, szCodec, iChannel)) {
+        *ptRange = ptKept->tRange;
+        return 0;
+    }
 
     SXMLParserContext *ptParser = nullptr;
     int iResult = Open_XMLFile(CDF_PATH, "OnvifInitialize", &ptParser);
     if (iResult == 0)
         iResult = Parse_CodecRange(ptParser, Make_IndexTag('c', iChannel).szTag, szCodec, ptRange);
     SXMLParser_Release(&ptParser);
+    if (iResult == 0) {
+        memcpy(ptKept->szCodec, szCodec, sizeof szCodec);
+        ptKept->iChannel = iChannel;
+        ptKept->tRange = *ptRange;
+    }
     return iResult;
 }

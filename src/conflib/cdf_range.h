@@ -1,4 +1,4 @@
-/// Ranges of settings in the camera's capability definition file, "/etc/CDF.xml", which is parsed afresh per lookup.
+/// Ranges of settings in the camera's capability definition file, "/etc/CDF.xml".
 #pragma once
 
 #include <stdint.h>
@@ -10,7 +10,7 @@ struct QuorvexFloatRange {
 };
 
 /// Bit-rate range of a codec on a camera channel; stream 0's range serves every stream of the channel. Returns 0, or -1
-/// after one line in the system log.
+/// after one line in the system log. What was found is kept for the rest of the request; a failure is not.
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel);
 
 /// Parses a range text: anything up to a comma, then in double quotes either "lower~upper" or a list, whose first and

@@ -26,6 +26,9 @@ int Open_XMLFile(const char *pszPath, const char *pszCaller, SXMLParserContext *
 
 IndexTag Make_IndexTag(char cLetter, int32_t iIndex)
 {
+    // A setter makes hundreds of them; the camera's printf takes 2,000 instructions for each.
+    if (iIndex >= 0 && iIndex <= 9)
+        return {{cLetter, static_cast<char>('0' + iIndex), '\0', '\0'}};
     IndexTag tTag;
     snprintf(tTag.szTag, sizeof tTag.szTag, "%c%d", cLetter, iIndex);
     return tTag;

@@ -1,9 +1,13 @@
 // Waiting for services: what hangs is waited for once, and only the time of its own kind is spent.
 #include "common/daemon_socket.h"
+#include "conflib/configer.h"
+#include "conflib/semaphore.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -31,4 +35,24 @@ TEST(DaemonSocket, WhatHangsSpendsTheTimeOfItsKindAlone)
     for (const int iSocket : {iListener, aiClient[0], aiClient[1]})
         close(iSocket);
     unlink(strPath.c_str());
+}
+
+TEST(Semaphore, IsWaitedForOnceAndGivenBackBeforeTheDaemonIsAsked)
+{
+    const int iSemaphore = semget(IPC_PRIVATE, 1, IPC_CREAT | 0600);
+    g_atWaitLimit[WAIT_LOCKS] = {20, 0};
+    EXPECT_EQ(Take_Semaphore(iSemaphore), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(g_atWaitLimit[WAIT_LOCKS].iTogether, 0);
+
+    ASSERT_EQ(semctl(iSemaphore, 0, SETVAL, 1), 0);
+    EXPECT_EQ(Take_Semaphore(iSemaphore), 0);
+    Keep_Semaphore(iSemaphore);
+    EXPECT_EQ(Take_Semaphore(iSemaphore), 0);
+    Keep_Semaphore(iSemaphore);
+    ConfigerRequest tRequest = {CONFIGER_GET, "Value", "", "key", CONFIGER_ARG1, 0, 0};
+    char szReply[8] = "";
+    Configer_Control(&tRequest, szReply, sizeof szReply);
+    EXPECT_EQ(semctl(iSemaphore, 0, GETVAL), 1);
+    semctl(iSemaphore, 0, IPC_RMID);
 }
