@@ -79,12 +79,16 @@ def count(command, request):
     return int(first[1]), collections.Counter({number: int(times) for _, number, times in calls})
 
 
-@contextlib.contextmanager
-def camera(case):
+def channel_changes(case):
     channels = ",".join(map(str, range(case.channels)))
     changes = [f"key capability_nvideoin={case.channels}", f"key videoin_c{{{channels}}}_s{{0,1,2}}_codectype=h264"]
+    return changes if channels != "0" else []
+
+
+@contextlib.contextmanager
+def camera(case):
     models = TREE / "simcam/models"
-    started = Camera(str(RELEASE / "simcam/simcam"), f"{models}/{case.model}.model", changes if channels != "0" else [])
+    started = Camera(str(RELEASE / "simcam/simcam"), f"{models}/{case.model}.model", channel_changes(case))
     yield
     ended = started.stop()
     if ended != CAMERA_WELL:

@@ -95,11 +95,14 @@ int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t 
 
 // Side files.
 
-static void Say_Place(const char *pszVerb, const SidePath &tPath)
+static void Say_Place(const char *pszVerb, const SidePlace &tPlace)
 {
-    Report_Say("  %s  ", pszVerb);
-    for (int iTag = 0; iTag < tPath.iTags; ++iTag)
-        Report_Say(iTag == 0 ? "%s" : "/%s", tPath.aszTag[iTag]);
+    SidePath tPath;
+    Make_SidePath(tPlace, &tPath);
+    Report_Say("  %s  %s", pszVerb, tPath.apszTag[0]);
+    for (size_t uTag = 1; uTag < sizeof tPath.apszTag / sizeof tPath.apszTag[0] && tPath.apszTag[uTag] != nullptr;
+         ++uTag)
+        Report_Say("/%s", tPath.apszTag[uTag]);
     Report_Say(" in %s", g_apszSideFile[tPath.eFile]);
 }
 
@@ -108,7 +111,7 @@ char *Read_SideText(const SidePlace &tPlace)
     char *pszText = Find_SideText(tPlace);
     if (!g_bShown)
         return pszText;
-    Say_Place("side", Make_SidePath(tPlace));
+    Say_Place("side", tPlace);
     if (pszText == nullptr) {
         Report_Say(": missing\n");
         return pszText;
@@ -125,7 +128,7 @@ static const char *Find_Obstacle(const SidePlace &tPlace, const char *pszText)
         return "the value cannot be kept";
     const bool bImage = Create_QuorvexXMLFile_DataStructure() == 0;
     const bool bPlace = bImage && Put_InImage(tPlace, pszText) == 0;
-    const SideFile eFile = Make_SidePath(tPlace).eFile;
+    const SideFile eFile = Get_SideFile(tPlace);
     const bool bLoses = bPlace && Loses_Elements(eFile);
     Release_QuorvexXMLFile_Data();
     if (!bImage)
@@ -143,7 +146,7 @@ int Store_SideText(const SidePlace &tPlace, const char *pszText)
     g_bShown = false; // the keys of the camera's shape are no news
     const char *pszObstacle = Find_Obstacle(tPlace, pszText);
     g_bShown = bShown;
-    Say_Place("keep", Make_SidePath(tPlace));
+    Say_Place("keep", tPlace);
     if (pszObstacle != nullptr) {
         Report_Say(": fails, %s\n", pszObstacle);
         return -1;

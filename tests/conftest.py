@@ -11,7 +11,7 @@ import pytest
 from camera import CAMERA_WELL, Camera, ask_server, start_request, start_server, take_server_errors
 
 FILE_SIZE_LIMIT = 1 << 22  # of every file that a program writes, its standard output included
-PROBLEMS = {"refuse": "An illegal setting parameter", "locked": "Parameter is readOnly", "fail": "Internal error"}
+PROBLEMS = {"refuse": "An illegal setting parameter", "fail": "Internal error"}
 HEADER_MARK = "\u2016"  # no byte: its place in what is expected; the type is only known when all of it is
 ESCAPES = {"r": "\r", "n": "\n", "t": "\t", "\\": "\\"}
 
@@ -116,8 +116,8 @@ class Case(pytest.Item):
                 self.arguments += text.split()
             case "get" | "post" | "http" if method in ("get", "post"):
                 self.requests.append(Request(line, method.upper(), text, via_server=word == "http"))
-            case "read" | "write" | "refuse" | "locked" | "fail":
-                for item in expand(text + ("=1" if word == "locked" else "")):
+            case "read" | "write" | "refuse" | "fail":
+                for item in expand(text):
                     self.exchange(line, word, item)
             case "sent":
                 self.sent.append(encode(text))

@@ -1,7 +1,7 @@
 // The catalogue of parameters: its records, one per family, become the parameters that a camera has, by what the camera
 // announces.
 
-import { pageTrouble } from "./protocol.js";
+import {pageTrouble} from "./protocol.js";
 
 export async function loadCatalogue() {
     const reply = await fetch("parameters.json");
@@ -18,9 +18,13 @@ export async function loadCatalogue() {
 
 // What requests and replies go by.
 export function rulesOf(catalogue) {
-    const { limits, timeouts } = catalogue;
-    return { isAlone: aloneTest(catalogue), room: limits.items.max, replyMax: limits.reply.max,
-             timeLimit: timeouts.driver.seconds * 1000 };
+    const {limits, timeouts} = catalogue;
+    return {
+        isAlone: aloneTest(catalogue),
+        room: limits.items.max,
+        replyMax: limits.reply.max,
+        timeLimit: timeouts.driver.seconds * 1000
+    };
 }
 
 const fill = (text, values) => text.replace(/\{(\w+)\}/g, (place, name) => values[name] ?? place);
@@ -30,7 +34,7 @@ const templateOf = (name) => name.replace(/\.\d+(?=\.|$)/g, ".#");
 // Tells the names whose answer spoils those of others in the same reply.
 function aloneTest(catalogue) {
     const templates = new Set(catalogue.parameters.filter((record) => record.type.of === "xml")
-        .flatMap((record) => templateOf(record.name.replace(/\{\w+\}/g, "1"))));
+                                  .flatMap((record) => templateOf(record.name.replace(/\{\w+\}/g, "1"))));
     return (name) => templates.has(templateOf(name));
 }
 
@@ -46,7 +50,7 @@ export function expand(catalogue, get) {
             }
         }
     }
-    return { parameters, bounds: counts.bounds };
+    return {parameters, bounds: counts.bounds};
 }
 
 class Counts {
@@ -68,23 +72,26 @@ class Counts {
 }
 
 function settings(record, codec, counts) {
-    let found = [{ codec }];
+    let found = [{codec}];
     for (const index of placeholdersOf(record.name).filter((name) => name !== "codec")) {
-        found = found.flatMap((values) =>
-            Array.from({ length: counts.of(index, values) }, (_, i) => ({ ...values, [index]: i + 1 })));
+        found = found.flatMap(
+            (values) => Array.from({length: counts.of(index, values)}, (_, i) => ({...values, [index]: i + 1})));
     }
     return found;
 }
 
 function makeParameter(catalogue, record, values) {
-    const type = { ...record.type };
+    const type = {...record.type};
     for (const field of ["list", "min", "max"]) {
         if (typeof type[field] === "string") type[field] = fill(type[field], values);
     }
     const name = fill(record.name, values);
     const keys = keysOf(record, keyValues(catalogue, values));
     return {
-        name, record, type, keys,
+        name,
+        record,
+        type,
+        keys,
         isWritable: record.access === "read-write",
         changesCamera: record.readWrites !== undefined,
         needs: [type.list, type.min, type.max].filter((need) => typeof need === "string"),
@@ -93,7 +100,7 @@ function makeParameter(catalogue, record, values) {
 }
 
 // In keys indexes count from 0. Which number the camera gives a stream only the camera knows: that stays open.
-function keyValues(catalogue, { codec, stream, ...indexes }) {
+function keyValues(catalogue, {codec, stream, ...indexes}) {
     const values = Object.fromEntries(Object.entries(indexes).map(([name, number]) => [name, number - 1]));
     if (codec) values.codec = catalogue.codecs[codec];
     if (stream) values.index2 = stream - 1;
@@ -112,9 +119,9 @@ const fold = (text) => text.toLowerCase().replace(/_s(\d+|\{stream\})(?=_|$)/gm,
 // pasted, its names.
 export function matcher(search, get) {
     const pasted = [...search.matchAll(/req=([\w.]+)|([A-Z]\w*(?:\.\w+)+)=/g)].map((match) => match[1] ?? match[2]);
-    if (pasted.length) return ({ name }) => pasted.includes(name);
+    if (pasted.length) return ({name}) => pasted.includes(name);
     const words = fold(search).split(/\s+/).filter(Boolean);
-    return ({ name, text }) => words.every((word) => text.includes(word) || fold(get(name) ?? "").includes(word));
+    return ({name, text}) => words.every((word) => text.includes(word) || fold(get(name) ?? "").includes(word));
 }
 
 // How a value that was written reads, and how one that was read is written.
@@ -130,7 +137,8 @@ export function choicesOf(type, get) {
 }
 
 export function rangeOf(type, get) {
-    return [type.min, type.max].map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null)
+    return [type.min, type.max]
+        .map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null)
         .map((bound) => (bound === null ? null : Number(bound)));
 }
 
@@ -147,8 +155,8 @@ export function describeType(type, get) {
 }
 
 // What the catalogue says about an error of a read or of a write: in general, and of this parameter.
-export function explain(catalogue, { record, type }, error, isRead, get) {
-    const known = [...catalogue.messages, ...catalogue.refusals].find(({ says }) => says.includes(error));
+export function explain(catalogue, {record, type}, error, isRead, get) {
+    const known = [...catalogue.messages, ...catalogue.refusals].find(({says}) => says.includes(error));
     const when = (isRead && known?.read) || known?.when;
     const texts = known ? [`${when[0].toUpperCase()}${when.slice(1)}.`] : [];
     if (error === "An illegal setting parameter") texts.push(`It takes: ${describeType(type, get)}.`);

@@ -1,6 +1,6 @@
 // What was read before a change, or on another camera, and what of it is different now.
-import { counted, find, say, timeOf } from "./dom.js";
-import { fromFile } from "./files.js";
+import {counted, find, say, timeOf} from "./dom.js";
+import {fromFile} from "./files.js";
 
 export class Reference extends EventTarget {
     constructor() {
@@ -24,7 +24,7 @@ export class Reference extends EventTarget {
 }
 
 // The buttons and the line about it. context: {camera, reference, parameters(), shown(), show(names)}.
-export function offerComparison({ camera, reference, parameters, shown, show }) {
+export function offerComparison({camera, reference, parameters, shown, show}) {
     find("keep").addEventListener("click", () => {
         const known = [...camera.readings].filter(([, reading]) => reading.value !== undefined);
         reference.set(`what was read until ${timeOf(Date.now())}`,
@@ -36,7 +36,7 @@ export function offerComparison({ camera, reference, parameters, shown, show }) 
         find("compare-file").value = ""; // so that the same one can be chosen again
         if (!file) return;
         try {
-            const { title, made, values } = fromFile(await file.text());
+            const {title, made, values} = fromFile(await file.text());
             reference.set([file.name, title, made].filter(Boolean).join(", "), values);
             find("compare-only").checked = true;
             show([...values.keys()]);
@@ -51,9 +51,11 @@ export function offerComparison({ camera, reference, parameters, shown, show }) 
         const differing = shown().filter((name) => reference.difference(name, camera.readings.get(name)));
         const absent = names.filter((name) => !parameters().has(name));
         const unseen = names.length - absent.length - shown().filter((name) => reference.values.has(name)).length;
-        say(find("compare-text"), [`Compared with ${reference.title}: ${differing.length || "none"} of what is shown `,
+        say(find("compare-text"), [
+            `Compared with ${reference.title}: ${differing.length || "none"} of what is shown `,
             differing.length === 1 ? "differs." : "differ.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
-            absent.length ? ` This camera lacks ${counted(absent.length, "parameter")} of it.` : ""].join(""));
+            absent.length ? ` This camera lacks ${counted(absent.length, "parameter")} of it.` : ""
+        ].join(""));
         find("rows").classList.toggle("only-differences", Boolean(reference.title) && find("compare-only").checked);
     };
     find("compare-only").addEventListener("change", update);

@@ -1,6 +1,6 @@
 // The camera as the page knows it: the last reading of each parameter, what is under way, and the last exchanges. Tells
 // when they change.
-import { CANCELLED, batches, begin, bodyOf, finish, match, queryOf } from "./protocol.js";
+import {CANCELLED, batches, begin, bodyOf, finish, match, queryOf} from "./protocol.js";
 
 const READS_KEPT = 12; // exchanges
 const WRITES_KEPT = 50;
@@ -23,7 +23,7 @@ export class Camera extends EventTarget {
         const fresh = [...new Set(names)].filter((name) => !this.asking.has(name));
         const control = new AbortController();
         const reading = this.readNow(fresh, control.signal);
-        fresh.forEach((name) => this.asking.set(name, { reading, start: Date.now() }));
+        fresh.forEach((name) => this.asking.set(name, {reading, start: Date.now()}));
         this.askedFor += fresh.length;
         this.cancels.add(control);
         this.tell("asking", fresh);
@@ -39,9 +39,7 @@ export class Camera extends EventTarget {
     }
 
     // Ends all reading; what is not read yet stays as it is.
-    cancel() {
-        this.cancels.forEach((control) => control.abort());
-    }
+    cancel() { this.cancels.forEach((control) => control.abort()); }
 
     async readNow(names, signal) {
         let lost = null; // a camera that is gone is not asked again for the rest
@@ -49,7 +47,7 @@ export class Camera extends EventTarget {
             if (signal?.aborted) return;
             const done = lost ?? await this.send(queryOf(batch), undefined, signal);
             if (done.trouble !== CANCELLED) this.take(match(batch, done, this.rules), done);
-            if (!done.status) lost = { ...done, trouble: `${done.trouble} This one was not asked for.` };
+            if (!done.status) lost = {...done, trouble: `${done.trouble} This one was not asked for.`};
             this.answered(batch);
         }
     }
@@ -61,7 +59,7 @@ export class Camera extends EventTarget {
         const answer = match([name], done, this.rules).get(name);
         if (done.status) await this.readNow([name]);
         const reading = this.readings.get(name);
-        return { answer, back: reading?.start >= done.end ? reading : null };
+        return {answer, back: reading?.start >= done.end ? reading : null};
     }
 
     async send(query, body, signal) {
@@ -80,18 +78,18 @@ export class Camera extends EventTarget {
         const last = this.exchanges[0];
         const isSame = last?.url === done.url && last.body === done.body && last.trouble === done.trouble;
         const isAgain = isSame && !done.status && !last.isPinned;
-        const counts = { GET: READS_KEPT, POST: WRITES_KEPT };
-        this.exchanges = [done, ...this.exchanges.slice(isAgain ? 1 : 0)].filter((exchange) =>
-            exchange.isPinned || exchange.isChosen || counts[exchange.method]-- > 0);
+        const counts = {GET: READS_KEPT, POST: WRITES_KEPT};
+        this.exchanges = [done, ...this.exchanges.slice(isAgain ? 1 : 0)].filter(
+            (exchange) => exchange.isPinned || exchange.isChosen || counts[exchange.method]-- > 0);
     }
 
     // A value outlives an exchange that fails: it is still the last that the camera said, and its age shows.
-    take(answers, { start, end }) {
+    take(answers, {start, end}) {
         for (const [name, answer] of answers) {
             const last = this.readings.get(name);
             if (last?.start > start) continue; // overtaken by a later read
-            const kept = answer.trouble ? { value: last?.value, at: last?.at, isRaw: last?.isRaw } : { at: end };
-            this.readings.set(name, { start, ...kept, ...answer });
+            const kept = answer.trouble ? {value: last?.value, at: last?.at, isRaw: last?.isRaw} : {at: end};
+            this.readings.set(name, {start, ...kept, ...answer});
         }
         this.tell("reading", [...answers.keys()]);
     }
@@ -104,7 +102,5 @@ export class Camera extends EventTarget {
     }
 
     /** @param {any} [detail] */
-    tell(what, detail) {
-        this.dispatchEvent(new CustomEvent(what, { detail }));
-    }
+    tell(what, detail) { this.dispatchEvent(new CustomEvent(what, {detail})); }
 }

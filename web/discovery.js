@@ -1,10 +1,15 @@
 // What the camera has: the counts that it announces make the parameters. Looked at when the page opens, and again
 // whenever another answer is to be expected.
-import { expand } from "./catalogue.js";
+import {expand} from "./catalogue.js";
 
 // What is said of the camera, and the word in front of it.
-export const ABOUT = { "General.Brand.CompanyName": "", "General.Brand.ModelName": "", "General.UnitName": "",
-                       "General.FirmwareVersion": "firmware ", "General.ProtocolVersion": "protocol " };
+export const ABOUT = {
+    "General.Brand.CompanyName": "",
+    "General.Brand.ModelName": "",
+    "General.UnitName": "",
+    "General.FirmwareVersion": "firmware ",
+    "General.ProtocolVersion": "protocol "
+};
 const IDENTITY = ["General.Brand.CompanyName", "General.Brand.ModelName", "General.FirmwareVersion"];
 
 export class Discovery {
@@ -17,7 +22,7 @@ export class Discovery {
         this.identity = "";
         this.running = null;
         this.isIncomplete = true; // the camera could not tell all
-        camera.addEventListener("reading", ({ detail: names }) => {
+        camera.addEventListener("reading", ({detail: names}) => {
             const isOther = (name) => this.counts.has(name) && this.counts.get(name) !== this.countOf(name);
             if (!this.running && names.some(isOther)) this.look();
         });
@@ -71,7 +76,7 @@ export class Discovery {
     // A camera that fails to tell a count still has what it had.
     countOf = (name) => this.camera.get(name) ?? this.counts.get(name);
 
-    grow({ parameters, bounds }) {
+    grow({parameters, bounds}) {
         this.counts = new Map([...bounds].map((name) => [name, this.countOf(name)]));
         this.onGrow(parameters);
     }

@@ -38,7 +38,7 @@ export async function copy(text, button) {
 }
 
 function copySelected(text) {
-    const field = h("textarea", { class: "hidden" });
+    const field = h("textarea", {class: "hidden"});
     field.value = text;
     document.body.append(field);
     field.select();
@@ -48,8 +48,8 @@ function copySelected(text) {
 }
 
 export function download(name, type, text) {
-    const url = URL.createObjectURL(new Blob([text], { type }));
-    h("a", { href: url, download: name }).click();
+    const url = URL.createObjectURL(new Blob([text], {type}));
+    h("a", {href: url, download: name}).click();
     setTimeout(() => URL.revokeObjectURL(url), 10_000);
 }
 
@@ -57,12 +57,12 @@ export function download(name, type, text) {
 // is typed silently, 0,5 to 05, and hide what is half typed.)
 export function stepByArrows(field, step, range) {
     field.addEventListener("keydown", (event) => {
-        const way = { ArrowUp: step, ArrowDown: -step }[event.key];
+        const way = {ArrowUp: step, ArrowDown: -step}[event.key];
         if (!way || !/^-?\d+(\.\d+)?$/.test(field.value)) return;
         event.preventDefault();
         const [min, max] = range();
         const value = Math.min(max ?? Infinity, Math.max(min ?? -Infinity, Number(field.value) + way));
         field.value = String(Number(value.toFixed(4)));
-        field.dispatchEvent(new Event("input", { bubbles: true }));
+        field.dispatchEvent(new Event("input", {bubbles: true}));
     });
 }

@@ -1,15 +1,18 @@
 // The last requests, each as a command, and what came back.
-import { copy, find, h, timeOf } from "./dom.js";
-import { curlOf, namesOf, textOf } from "./protocol.js";
+import {copy, find, h, timeOf} from "./dom.js";
+import {curlOf, namesOf, textOf} from "./protocol.js";
 
 export function titleOf(done) {
     const [name, ...more] = namesOf(done);
     const time = done.end ? `${done.end - done.start} ms` : "under way";
-    return [done.isPinned ? "pinned " : "", timeOf(done.start), done.method, done.status || "no answer", time,
-            `${textOf(name ?? "").text}${more.length ? ` and ${more.length} more` : ""}`].filter(Boolean).join("  ");
+    return [
+        done.isPinned ? "pinned " : "", timeOf(done.start), done.method, done.status || "no answer", time,
+        `${textOf(name ?? "").text}${more.length ? ` and ${more.length} more` : ""}`
+    ].filter(Boolean)
+        .join("  ");
 }
 
-export const replyOf = ({ text, trouble }) => [textOf(text).text, trouble].filter(Boolean).join("\n") || "(nothing)";
+export const replyOf = ({text, trouble}) => [textOf(text).text, trouble].filter(Boolean).join("\n") || "(nothing)";
 
 // The newest is shown until another one is chosen; that one stays until the newest is chosen again.
 export function showExchanges(camera) {
@@ -17,7 +20,7 @@ export function showExchanges(camera) {
     const chosen = () => camera.exchanges.find((done) => done.isChosen) ?? camera.exchanges[0];
     const show = () => {
         const done = chosen();
-        choice.replaceChildren(...camera.exchanges.map((one) => h("option", { selected: one === done }, titleOf(one))));
+        choice.replaceChildren(...camera.exchanges.map((one) => h("option", {selected: one === done}, titleOf(one))));
         find("exchange-curl").textContent = curlOf(done);
         find("exchange-reply").textContent = replyOf(done);
         find("exchange-pin").ariaPressed = String(Boolean(done.isPinned));

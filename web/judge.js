@@ -1,13 +1,13 @@
 // What is said about a value before it is sent: {refuse}, why it is not sent, as its type takes none like it; {ask},
 // what speaks against it where only the camera may judge; or {}.
-import { choicesOf, describeType, rangeOf } from "./catalogue.js";
+import {choicesOf, describeType, rangeOf} from "./catalogue.js";
 
 const TIME = /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z$/;
 const ADDRESS = /^(25[0-5]|2[0-4]\d|1?\d?\d)(\.(25[0-5]|2[0-4]\d|1?\d?\d)){3}$/;
 const HOST = /^[a-z\d]([a-z\d.-]*[a-z\d])?$/i;
 
-const refuse = (reason) => ({ refuse: reason });
-const ask = (reason) => ({ ask: reason });
+const refuse = (reason) => ({refuse: reason});
+const ask = (reason) => ({ask: reason});
 
 /** @type {Record<string, (text: string, type: any, get: any) => {refuse?: string, ask?: string}>} */
 const JUDGES = {
@@ -29,10 +29,12 @@ const JUDGES = {
         if (Math.max(left, top, right, bottom) > 1) return refuse("It leaves the image, which ends at 1.");
         return left < right && top < bottom ? {} : refuse("Right is not beyond left, or bottom is not beyond top.");
     },
-    time: (text) => (TIME.test(text) && !Number.isNaN(Date.parse(text)) ? {} :
-        refuse(`“${text}” is no date and time like 2024-02-29T22:59:59Z.`)),
-    address: (text, type) => (ADDRESS.test(text) || (type.names && HOST.test(text)) || (type.empty && !text) ? {} :
-        ask(`“${text}” is not ${type.names ? "an address or a host's name" : "an address like 192.168.1.20"}.`)),
+    time: (text) => (TIME.test(text) && !Number.isNaN(Date.parse(text))
+            ? {}
+            : refuse(`“${text}” is no date and time like 2024-02-29T22:59:59Z.`)),
+    address: (text, type) => (ADDRESS.test(text) || (type.names && HOST.test(text)) || (type.empty && !text)
+            ? {}
+            : ask(`“${text}” is not ${type.names ? "an address or a host's name" : "an address like 192.168.1.20"}.`)),
     words(text, type, get) {
         const choices = choicesOf(type, get);
         return !choices.length || choices.includes(text) ? {} : ask(`It is usually one of ${choices.join(", ")}.`);
@@ -41,7 +43,7 @@ const JUDGES = {
 };
 
 // Of a parameter's text, as it is to be sent; reading is what the camera has.
-export function judge({ type, record, keys }, text, reading, { get, limits }) {
+export function judge({type, record, keys}, text, reading, {get, limits}) {
     const size = new TextEncoder().encode(text).length;
     if (size > limits.written.max) return refuse(`It has ${size} characters; at most ${limits.written.max} are taken.`);
     if (/[\r\n]|%0[ad]/i.test(text)) return refuse("A line end in a value is never written.");

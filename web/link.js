@@ -11,7 +11,7 @@ export function readLink(hash) {
     const at = text.indexOf("?");
     const before = at < 0 ? text : text.slice(0, at);
     const places = before.split(",").filter((place) => place && place !== "-");
-    return { places, search: at < 0 ? "" : text.slice(at + 1), isEmpty: !text, isSearch: !before && at >= 0 };
+    return {places, search: at < 0 ? "" : text.slice(at + 1), isEmpty: !text, isSearch: !before && at >= 0};
 }
 
 const isBelow = (name, place) => name === place || name.startsWith(place + ".");
@@ -27,7 +27,7 @@ export function writeLink(shown, names, search) {
     for (const name of names) {
         for (const group of groupsOf(name)) sizes.set(group, (sizes.get(group) ?? 0) + (shown.has(name) ? 1 : NaN));
     }
-    const places = names.filter((name) => shown.has(name)).map((name) =>
-        groupsOf(name).find((group) => sizes.get(group) > 1) ?? name);
+    const places = names.filter((name) => shown.has(name))
+                       .map((name) => groupsOf(name).find((group) => sizes.get(group) > 1) ?? name);
     return `#${[...new Set(places)].join(",") || "-"}${search && `?${encodeURIComponent(search)}`}`;
 }

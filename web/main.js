@@ -1,25 +1,35 @@
 // Puts the page together: what the camera announces makes the tree, what is checked there makes the rows.
-import { loadCatalogue, rulesOf } from "./catalogue.js";
-import { Reference, offerComparison } from "./compare.js";
-import { Camera } from "./device.js";
-import { ABOUT, Discovery } from "./discovery.js";
-import { copy, counted, download, find, say } from "./dom.js";
-import { showExchanges } from "./exchanges.js";
-import { toCsv, toJson, toLines } from "./files.js";
-import { namesAt, placesWithout, readLink, writeLink } from "./link.js";
-import { CANCELLED } from "./protocol.js";
-import { offerRawRequest } from "./raw.js";
-import { Row, sections } from "./rows.js";
-import { followLog, offerChanges } from "./simulator.js";
-import { showState } from "./status.js";
-import { Tree } from "./tree.js";
+import {loadCatalogue, rulesOf} from "./catalogue.js";
+import {Reference, offerComparison} from "./compare.js";
+import {Camera} from "./device.js";
+import {ABOUT, Discovery} from "./discovery.js";
+import {copy, counted, download, find, say} from "./dom.js";
+import {showExchanges} from "./exchanges.js";
+import {toCsv, toJson, toLines} from "./files.js";
+import {namesAt, placesWithout, readLink, writeLink} from "./link.js";
+import {CANCELLED} from "./protocol.js";
+import {offerRawRequest} from "./raw.js";
+import {Row, sections} from "./rows.js";
+import {followLog, offerChanges} from "./simulator.js";
+import {showState} from "./status.js";
+import {Tree} from "./tree.js";
 
 const FIRST_SHOWN = "General";
 const PROBE_PAUSE = 5000; // ms, until a camera that is gone is asked again
 const LONG_AWAY = 60_000; // ms: who looks at the page again after that may find another camera
 
-const page = { catalogue: null, camera: null, tree: null, discovery: null, reference: new Reference(),
-               parameters: new Map(), rows: new Map(), shown: new Set(), link: null, updateComparison: () => {} };
+const page = {
+    catalogue: null,
+    camera: null,
+    tree: null,
+    discovery: null,
+    reference: new Reference(),
+    parameters: new Map(),
+    rows: new Map(),
+    shown: new Set(),
+    link: null,
+    updateComparison: () => {}
+};
 
 async function start() {
     page.catalogue = await loadCatalogue();
@@ -31,8 +41,13 @@ async function start() {
     showState(page.camera);
     showExchanges(page.camera);
     offerRawRequest(page.camera, (names) => readShown(names.filter((name) => page.shown.has(name))));
-    page.updateComparison = offerComparison({ camera: page.camera, reference: page.reference, show: reveal,
-                                              parameters: () => page.parameters, shown: () => [...page.rows.keys()] });
+    page.updateComparison = offerComparison({
+        camera: page.camera,
+        reference: page.reference,
+        show: reveal,
+        parameters: () => page.parameters,
+        shown: () => [...page.rows.keys()]
+    });
     page.reference.addEventListener("change", updateAll);
     offerChanges();
     followLog(lookAgain, restart);
@@ -43,9 +58,9 @@ async function start() {
 
 // What the address asks for, or the first view. Names that the camera may still announce are waited for.
 function takeLink() {
-    const { places, search, isEmpty, isSearch } = readLink(location.hash);
+    const {places, search, isEmpty, isSearch} = readLink(location.hash);
     find("search").value = search;
-    page.link = { isSearch, places: isEmpty ? [FIRST_SHOWN] : places };
+    page.link = {isSearch, places: isEmpty ? [FIRST_SHOWN] : places};
     page.shown.clear();
     followLink();
 }
@@ -79,13 +94,13 @@ function grow(parameters) {
 function watch(camera) {
     let isLost = false;
     let probe;
-    camera.addEventListener("reading", ({ detail: names }) => {
+    camera.addEventListener("reading", ({detail: names}) => {
         updateRows(names);
         showCamera();
         page.updateComparison();
     });
-    camera.addEventListener("asking", ({ detail: names }) => updateRows(names));
-    camera.addEventListener("exchange", ({ detail: done }) => {
+    camera.addEventListener("asking", ({detail: names}) => updateRows(names));
+    camera.addEventListener("exchange", ({detail: done}) => {
         if (done.trouble === CANCELLED) return;
         clearTimeout(probe);
         // A camera that is back may be another one, or have other values.
@@ -156,8 +171,10 @@ function listen() {
 }
 
 function offerExport() {
-    const makers = { json: ["application/json", (names) => toJson(cameraTitle(), names, page.camera.readings)],
-                     csv: ["text/csv", (names) => toCsv(names, page.camera.readings)] };
+    const makers = {
+        json: ["application/json", (names) => toJson(cameraTitle(), names, page.camera.readings)],
+        csv: ["text/csv", (names) => toCsv(names, page.camera.readings)]
+    };
     for (const button of find("export").querySelectorAll("button[data-form]")) {
         button.addEventListener("click", async () => {
             const names = await exported();
@@ -166,8 +183,9 @@ function offerExport() {
             download(`${title}.${button.dataset.form}`, type, make(names));
         });
     }
-    find("export-copy").addEventListener("click", async (event) =>
-        copy(toLines(await exported(), page.camera.readings), event.target));
+    find("export-copy")
+        .addEventListener(
+            "click", async (event) => copy(toLines(await exported(), page.camera.readings), event.target));
 }
 
 // The names to export; all of them are read first.
@@ -198,7 +216,7 @@ function check(names, isOn) {
     if (linkNow() !== location.hash) history.pushState(null, "", linkNow());
     // Only where the tree does not move away with it.
     const isBeside = find("columns").clientHeight < document.documentElement.clientHeight;
-    if (fresh.length && isBeside) page.rows.get(fresh[0]).element.scrollIntoView({ block: "nearest" });
+    if (fresh.length && isBeside) page.rows.get(fresh[0]).element.scrollIntoView({block: "nearest"});
     readShown(fresh);
 }
 
@@ -236,12 +254,14 @@ async function readShown(names) {
     if (!wanted.length) return;
     const start = Date.now();
     await page.camera.read(wanted.flatMap((parameter) => [parameter.name, ...parameter.needs]));
-    const readings = wanted.map(({ name }) => page.camera.readings.get(name));
+    const readings = wanted.map(({name}) => page.camera.readings.get(name));
     const made = readings.filter((reading) => reading?.start >= start);
-    const failed = made.filter(({ value, trouble }) => value === undefined || trouble);
+    const failed = made.filter(({value, trouble}) => value === undefined || trouble);
     const missing = wanted.length - made.length;
-    say(find("summary"), [`${counted(made.length, "value")} read`, failed.length && `${failed.length} with an error`,
-        missing && `${missing} not read`].filter(Boolean).join(", "));
+    say(find("summary"), [
+        `${counted(made.length, "value")} read`, failed.length && `${failed.length} with an error`,
+        missing && `${missing} not read`
+    ].filter(Boolean).join(", "));
 }
 
 let timer;

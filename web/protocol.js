@@ -8,7 +8,7 @@ export const queryOf = (names) => "?" + names.map((name) => "req=" + name).join(
 export const bodyOf = (name, value) => `${name}=${value}\r\n`;
 
 // Groups of names for one read each. Those that are to be asked for alone come last.
-export function batches(names, { room, isAlone }) {
+export function batches(names, {room, isAlone}) {
     const together = names.filter((name) => !isAlone(name));
     const groups = [];
     for (let i = 0; i < together.length; i += room) groups.push(together.slice(i, i + room));
@@ -17,19 +17,28 @@ export function batches(names, { room, isAlone }) {
 
 // A request that begins now, and its place for all that comes of it; in its text each character is one byte.
 export function begin(query, body) {
-    return { method: body === undefined ? "GET" : "POST", url: new URL(PROGRAM + query, location.href).href, body,
-             start: Date.now(), end: 0, status: "", text: "", trouble: "", lacksHeader: false };
+    return {
+        method: body === undefined ? "GET" : "POST",
+        url: new URL(PROGRAM + query, location.href).href,
+        body,
+        start: Date.now(),
+        end: 0,
+        status: "",
+        text: "",
+        trouble: "",
+        lacksHeader: false
+    };
 }
 
 // Carries it out. It never throws: what went wrong on the way is its "trouble", a sentence.
-export async function finish(done, { timeLimit }, signal) {
+export async function finish(done, {timeLimit}, signal) {
     const control = new AbortController();
     const timer = setTimeout(() => control.abort(new DOMException("", "TimeoutError")), timeLimit);
     const cancel = () => control.abort(new DOMException("", "AbortError"));
     signal?.addEventListener("abort", cancel);
     try {
-        const reply = await fetch(done.url, { method: done.method, body: done.body, cache: "no-store",
-                                              redirect: "manual", signal: control.signal });
+        const reply = await fetch(done.url,
+            {method: done.method, body: done.body, cache: "no-store", redirect: "manual", signal: control.signal});
         await take(reply, done);
     } catch (error) {
         done.trouble = troubleOf(error, done, timeLimit);
@@ -42,7 +51,7 @@ export async function finish(done, { timeLimit }, signal) {
 async function take(reply, done) {
     // Followed, it would lead to a page that is no reply, and a write would be sent there.
     if (reply.type === "opaqueredirect") {
-        Object.assign(done, { status: "redirect", trouble: "The web server leads elsewhere, as to a login page." });
+        Object.assign(done, {status: "redirect", trouble: "The web server leads elsewhere, as to a login page."});
         return;
     }
     done.status = `${reply.status} ${reply.statusText}`.trim();
@@ -79,10 +88,10 @@ export function pageTrouble(text, type) {
 export function textOf(bytes) {
     try {
         const numbers = Uint8Array.from([...bytes].map((byte) => byte.charCodeAt(0)));
-        return { text: new TextDecoder("utf-8", { fatal: true, ignoreBOM: true }).decode(numbers), isRaw: false };
+        return {text: new TextDecoder("utf-8", {fatal: true, ignoreBOM: true}).decode(numbers), isRaw: false};
     } catch {
         const text = bytes.replace(/[\x80-\xff]/g, (byte) => `\\x${byte.charCodeAt(0).toString(16)}`);
-        return { text, isRaw: true };
+        return {text, isRaw: true};
     }
 }
 
@@ -95,7 +104,7 @@ export function match(names, done, rules) {
     for (const line of lines) {
         const [, error, name, rest] = /^(#error\.)?([\w.]+)=(.*)$/s.exec(line) ?? [];
         if (!names.includes(name)) strays.push(line);
-        else answers.set(name, error ? { error: rest.replace(/^\d+:/, "") } : valueOf(rest));
+        else answers.set(name, error ? {error: rest.replace(/^\d+:/, "")} : valueOf(rest));
     }
     const refusal = !answers.size && strays.length === 1 ? strays[0] : null; // a bare line, of the request as a whole
     for (const name of names.filter((name) => !answers.has(name))) {
@@ -103,19 +112,19 @@ export function match(names, done, rules) {
         answers.set(name, isBare ? valueOf(done.text.trim()) : leftOut(done, refusal, rules));
     }
     const remark = remarkOf(done, strays);
-    return new Map([...answers].map(([name, answer]) => [name, { remark, ...answer }]));
+    return new Map([...answers].map(([name, answer]) => [name, {remark, ...answer}]));
 }
 
 function valueOf(bytes) {
-    const { text, isRaw } = textOf(bytes);
-    return { value: text, ...isRaw && { isRaw, remark: "Its bytes are no UTF-8; \\x stands in front of each." } };
+    const {text, isRaw} = textOf(bytes);
+    return {value: text, ...isRaw && { isRaw, remark: "Its bytes are no UTF-8; \\x stands in front of each." }};
 }
 
-function leftOut(done, refusal, { replyMax }) {
-    if (done.trouble) return { trouble: done.trouble };
-    if (refusal) return { error: refusal };
-    if (done.text.length >= replyMax) return { trouble: "The reply was cut off before this parameter." };
-    return { trouble: done.text ? "The reply leaves this parameter out." : "The reply is empty." };
+function leftOut(done, refusal, {replyMax}) {
+    if (done.trouble) return {trouble: done.trouble};
+    if (refusal) return {error: refusal};
+    if (done.text.length >= replyMax) return {trouble: "The reply was cut off before this parameter."};
+    return {trouble: done.text ? "The reply leaves this parameter out." : "The reply is empty."};
 }
 
 // What came beside the answers.
@@ -127,12 +136,13 @@ function remarkOf(done, strays) {
 }
 
 // The names that a request asks for or writes.
-export const namesOf = ({ url, body }) =>
-    [...(body ?? url).matchAll(body === undefined ? /req=([^&]*)/g : /^([^=\r\n]+)=/gm)].map((found) => found[1]);
+export const namesOf =
+    ({url, body}) => [...(body ?? url).matchAll(body === undefined ? /req=([^&]*)/g : /^([^=\r\n]+)=/gm)].map(
+        (found) => found[1]);
 
 const quote = (text) => `'${text.replaceAll("'", "'\\''")}'`;
 
-export function curlOf({ url, body }) {
+export function curlOf({url, body}) {
     if (body === undefined) return `curl -g ${quote(url)}`;
     const lines = body.split("\r\n");
     if (lines.at(-1) !== "") return `printf %s ${quote(body)} | curl --data-binary @- ${quote(url)}`;

@@ -1,7 +1,7 @@
 // A request of one's own, sent as it stands, beside its reply.
-import { find, say } from "./dom.js";
-import { replyOf } from "./exchanges.js";
-import { namesOf } from "./protocol.js";
+import {find, say} from "./dom.js";
+import {replyOf} from "./exchanges.js";
+import {namesOf} from "./protocol.js";
 
 const HINTS = {
     GET: "The query behind the “?”, as in req=General.UnitName&req=General.FirmwareVersion",
@@ -24,8 +24,10 @@ export function offerRawRequest(camera, afterwards) {
         say(find("raw-status"), "Sending…");
         const done = await (method() === "GET" ? camera.send("?" + lines.join("")) : camera.send("", body));
         const isOther = method() === "GET" && !done.url.endsWith("?" + lines.join(""));
-        say(find("raw-status"), [done.status || "no answer", `${done.text.length} bytes`, `${done.end - done.start} ms`,
-            isOther && `the browser made it ${new URL(done.url).search}`].filter(Boolean).join(", "));
+        say(find("raw-status"), [
+            done.status || "no answer", `${done.text.length} bytes`, `${done.end - done.start} ms`,
+            isOther && `the browser made it ${new URL(done.url).search}`
+        ].filter(Boolean).join(", "));
         find("raw-reply").textContent = replyOf(done);
         find("raw-reply").hidden = false;
         if (method() === "POST") afterwards(namesOf(done));

@@ -1,23 +1,34 @@
 // A rectangle in the image, drawn with pointer or keyboard on a canvas, beside fields for its four numbers: the corner
 // and the opposite corner as fractions of the image.
-import { h, stepByArrows } from "./dom.js";
+import {h, stepByArrows} from "./dom.js";
 
 const SIDES = ["left", "top", "right", "bottom"];
 const STEP = 0.01;
 const GRIP = 0.05; // of the image: how near to a handle the pointer takes hold of it, and how far it goes to draw
 const HINT = "Drag to draw it, a corner to size it, the middle to move it. Arrow keys move it, with Shift size it.";
-const KEYS = { ArrowLeft: [-STEP, 0], ArrowRight: [STEP, 0], ArrowUp: [0, -STEP], ArrowDown: [0, STEP] };
+const KEYS = {
+    ArrowLeft: [-STEP, 0],
+    ArrowRight: [STEP, 0],
+    ArrowUp: [0, -STEP],
+    ArrowDown: [0, STEP]
+};
 
 const clamp = (value, low = 0, high = 1) => Math.min(high, Math.max(low, value));
 const round = (value) => Number(value.toFixed(4)); // the camera has units of 1/9999
 
 export function makeRectangle(parameter, names) {
     const fields = SIDES.map((side) => h("input", {
-        type: "text", inputmode: "decimal", autocomplete: "off",
-        "aria-label": `${parameter.name}: ${side}`, "aria-describedby": names["aria-describedby"],
+        type: "text",
+        inputmode: "decimal",
+        autocomplete: "off",
+        "aria-label": `${parameter.name}: ${side}`,
+        "aria-describedby": names["aria-describedby"],
     }));
     const canvas = h("canvas", {
-        width: 480, height: 270, tabindex: 0, role: "img",
+        width: 480,
+        height: 270,
+        tabindex: 0,
+        role: "img",
         "aria-label": "The window in the image. Arrow keys move it; with Shift they move its right and lower edges.",
     });
     const get = () => fields.map((field) => Number(field.value));
@@ -27,7 +38,7 @@ export function makeRectangle(parameter, names) {
     };
     const change = (corners) => {
         show(corners.map(round));
-        canvas.dispatchEvent(new Event("input", { bubbles: true }));
+        canvas.dispatchEvent(new Event("input", {bubbles: true}));
     };
     canvas.addEventListener("keydown", (event) => {
         if (!(event.key in KEYS)) return;
@@ -41,8 +52,9 @@ export function makeRectangle(parameter, names) {
     }
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => draw(canvas, get()));
     return {
-        elements: [canvas, h("div", { class: "corners" }, SIDES.map((side, i) => h("label", {}, side, fields[i])))],
-        fields, hint: () => HINT,
+        elements: [canvas, h("div", {class: "corners"}, SIDES.map((side, i) => h("label", {}, side, fields[i])))],
+        fields,
+        hint: () => HINT,
         get: () => fields.map((field) => field.value.trim()).join(","),
         show: (value) => show((value || "0,0,0,0").split(",")),
     };
@@ -65,8 +77,8 @@ const inOrder = (a, b) => [Math.min(a[0], b[0]), Math.min(a[1], b[1]), Math.max(
 function followPointer(canvas, get, change) {
     let drag = null;
     let box = null; // where the image was when the drag began: a message that comes meanwhile moves it
-    const place = (event) =>
-        [clamp((event.clientX - box.left) / box.width), clamp((event.clientY - box.top) / box.height)];
+    const place =
+        (event) => [clamp((event.clientX - box.left) / box.width), clamp((event.clientY - box.top) / box.height)];
     canvas.addEventListener("pointerdown", (event) => {
         canvas.setPointerCapture(event.pointerId);
         box = canvas.getBoundingClientRect();

@@ -1,20 +1,20 @@
 // The parameters that are shown, under the part of the name that they share: value, age, what the program said of it,
 // and a widget where it can be written.
-import { explain, readForm, writeForm } from "./catalogue.js";
-import { breakable, h, say, timeOf } from "./dom.js";
-import { judge } from "./judge.js";
-import { outcomeOf } from "./outcome.js";
-import { makeWidget } from "./widgets.js";
+import {explain, readForm, writeForm} from "./catalogue.js";
+import {breakable, h, say, timeOf} from "./dom.js";
+import {judge} from "./judge.js";
+import {outcomeOf} from "./outcome.js";
+import {makeWidget} from "./widgets.js";
 
 let rowCount = 0;
 
 // A button that is only a sign; its label says what it does.
 const signButton = (sign, label, attributes) =>
-    h("button", { type: "button", class: "quiet", title: label, "aria-label": label, ...attributes }, sign);
+    h("button", {type: "button", class: "quiet", title: label, "aria-label": label, ...attributes}, sign);
 
 export class Row {
     // context: the catalogue, the camera, the reference that values are compared with.
-    constructor(parameter, { catalogue, camera, reference }, onRemove) {
+    constructor(parameter, {catalogue, camera, reference}, onRemove) {
         this.parameter = parameter;
         this.catalogue = catalogue;
         this.camera = camera;
@@ -30,39 +30,38 @@ export class Row {
     }
 
     build(onRemove) {
-        const { parameter, id } = this;
-        const { name, record } = parameter;
-        this.age = h("span", { class: "age" });
-        this.message = h("div", { class: "message", id: `${id}-message`, role: "status" });
-        this.value = h("output", { class: "reading", "aria-labelledby": `${id}-name` });
-        this.hint = h("span", { class: "hint", id: `${id}-hint` });
-        this.kept = h("span", { class: "kept" });
-        this.was = h("span", { class: "was" });
+        const {parameter, id} = this;
+        const {name, record} = parameter;
+        this.age = h("span", {class: "age"});
+        this.message = h("div", {class: "message", id: `${id}-message`, role: "status"});
+        this.value = h("output", {class: "reading", "aria-labelledby": `${id}-name`});
+        this.hint = h("span", {class: "hint", id: `${id}-hint`});
+        this.kept = h("span", {class: "kept"});
+        this.was = h("span", {class: "was"});
         this.about = this.buildAbout();
-        const place = h("span", { class: "hidden" }, name.slice(0, name.lastIndexOf(".") + 1));
+        const place = h("span", {class: "hidden"}, name.slice(0, name.lastIndexOf(".") + 1));
         const read = parameter.changesCamera
-            ? h("button", { type: "button", "aria-label": `Read ${name}`, onclick: () => this.read() }, "Read")
-            : signButton("↻", `Read ${name}`, { onclick: () => this.read() });
-        const remove = signButton("✕", `Remove ${name}`, { onclick: () => onRemove(this) });
-        return h("li", { class: "row", "data-name": name },
-            h("div", { class: "what" },
-                h("span", { class: "name", id: `${id}-name` }, place, breakable(name.split(".").at(-1))),
-                h("span", { class: "label" }, record.label)),
-            this.widget ? this.buildForm() : h("div", { class: "value" }, this.value, this.buildUnit(), this.was),
-            h("div", { class: "tools" }, this.age, read, this.buildToggle(), remove),
-            this.message, this.about);
+            ? h("button", {type: "button", "aria-label": `Read ${name}`, onclick: () => this.read()}, "Read")
+            : signButton("↻", `Read ${name}`, {onclick: () => this.read()});
+        const remove = signButton("✕", `Remove ${name}`, {onclick: () => onRemove(this)});
+        return h("li", {class: "row", "data-name": name},
+            h("div", {class: "what"},
+                h("span", {class: "name", id: `${id}-name`}, place, breakable(name.split(".").at(-1))),
+                h("span", {class: "label"}, record.label)),
+            this.widget ? this.buildForm() : h("div", {class: "value"}, this.value, this.buildUnit(), this.was),
+            h("div", {class: "tools"}, this.age, read, this.buildToggle(), remove), this.message, this.about);
     }
 
     buildUnit() {
-        const { unit } = this.parameter.type;
-        return unit && h("span", { class: "unit" }, unit);
+        const {unit} = this.parameter.type;
+        return unit && h("span", {class: "unit"}, unit);
     }
 
     buildForm() {
-        const { type } = this.parameter;
-        this.set = h("button", { type: "submit", disabled: true, hidden: type.kind === "boolean" }, "Set");
-        const form = h("form", { class: `value ${type.kind}`, novalidate: true },
-            this.widget.elements, this.buildUnit(), this.hint, this.set, this.kept, this.was);
+        const {type} = this.parameter;
+        this.set = h("button", {type: "submit", disabled: true, hidden: type.kind === "boolean"}, "Set");
+        const form = h("form", {class: `value ${type.kind}`, novalidate: true}, this.widget.elements, this.buildUnit(),
+            this.hint, this.set, this.kept, this.was);
         form.addEventListener("input", () => this.edit());
         form.addEventListener("keydown", (event) => event.key === "Escape" && this.restore());
         form.addEventListener("submit", (event) => {
@@ -74,8 +73,8 @@ export class Row {
     }
 
     buildToggle() {
-        const toggle = signButton("?", `About ${this.parameter.name}`,
-            { "aria-expanded": "false", "aria-controls": this.about.id });
+        const toggle =
+            signButton("?", `About ${this.parameter.name}`, {"aria-expanded": "false", "aria-controls": this.about.id});
         toggle.addEventListener("click", () => {
             this.about.hidden = !this.about.hidden;
             toggle.ariaExpanded = String(!this.about.hidden);
@@ -84,10 +83,10 @@ export class Row {
     }
 
     buildAbout() {
-        const { record, keys, name } = this.parameter;
+        const {record, keys, name} = this.parameter;
         const keep = record.keep && `What was read is better not written back: ${record.keep}.`;
         const texts = [record.anything, keep, ...record.notes ?? []].filter(Boolean);
-        return h("div", { class: "about", id: `${this.id}-about`, hidden: true },
+        return h("div", {class: "about", id: `${this.id}-about`, hidden: true},
             h("p", {}, h("code", {}, breakable(name)), ` ${record.meaning}`),
             keys.length > 0 && h("p", {}, "Camera keys: ", ...keys.flatMap((key) => [h("code", {}, key), " "])),
             texts.map((text) => h("p", {}, text)));
@@ -100,30 +99,30 @@ export class Row {
     }
 
     restore() {
-        Object.assign(this, { isEdited: false, outcome: null, verdict: {} });
+        Object.assign(this, {isEdited: false, outcome: null, verdict: {}});
         this.update();
     }
 
     edit() {
-        Object.assign(this, { isEdited: true, outcome: null, verdict: {} });
+        Object.assign(this, {isEdited: true, outcome: null, verdict: {}});
         this.update();
     }
 
     // Sends what is in the widget: at once, or, when something speaks against it, once it is asked for again.
     submit() {
-        const { camera, parameter, verdict } = this;
+        const {camera, parameter, verdict} = this;
         const value = writeForm(parameter.type, this.widget.get());
         const reading = camera.readings.get(parameter.name);
-        const rules = { get: camera.get, limits: this.catalogue.limits };
+        const rules = {get: camera.get, limits: this.catalogue.limits};
         this.verdict = verdict.ask ? {} : judge(parameter, value, reading, rules);
         if (this.isSending || this.verdict.refuse || this.verdict.ask) this.update();
         else this.write(value);
     }
 
     async write(value) {
-        const { camera, parameter: { name, type } } = this;
+        const {camera, parameter: {name, type}} = this;
         const before = camera.get(name);
-        Object.assign(this, { sentAt: Date.now(), isSending: true, outcome: null });
+        Object.assign(this, {sentAt: Date.now(), isSending: true, outcome: null});
         this.update();
         this.outcome = outcomeOf(type, value, before, await camera.write(name, value));
         this.outcome.at = Date.now();
@@ -136,7 +135,7 @@ export class Row {
 
     // Shows what is known now.
     update() {
-        const { camera, widget, parameter } = this;
+        const {camera, widget, parameter} = this;
         const reading = camera.readings.get(parameter.name);
         this.ageOutcome(reading);
         this.element.classList.toggle("asking", camera.asking.has(parameter.name));
@@ -156,15 +155,15 @@ export class Row {
 
     // What came of a write belongs to its moment: a newer reading takes its place, or confirms it.
     ageOutcome(reading) {
-        const { value, at } = this.outcome ?? {};
+        const {value, at} = this.outcome ?? {};
         if (!(reading?.start > at)) return;
         const isConfirmed = value !== undefined && value === reading.value && !reading.trouble;
-        this.outcome = isConfirmed ? { ...this.outcome, text: `Written at ${timeOf(at)}.` } : null;
+        this.outcome = isConfirmed ? {...this.outcome, text: `Written at ${timeOf(at)}.`} : null;
     }
 
     // An edit beside what the camera has, and what is compared with it.
     showBeside(reading) {
-        const { name, type } = this.parameter;
+        const {name, type} = this.parameter;
         const isKnown = this.isEdited && reading?.value !== undefined;
         const isKept = isKnown && readForm(type, this.widget.get()) !== reading.value;
         say(this.kept, isKept ? `The camera has ${reading.value || "an empty text"}.` : "");
@@ -174,13 +173,13 @@ export class Row {
     }
 
     messageNow(reading) {
-        if (this.isSending) return { text: "Sending…" };
-        if (this.verdict.refuse) return { text: "Not sent.", remark: this.verdict.refuse, isBad: true };
-        if (this.verdict.ask) return { text: "Not sent yet.", remark: this.verdict.ask, isDoubtful: true };
-        return this.outcome ?? { ...reading, isRead: true };
+        if (this.isSending) return {text: "Sending…"};
+        if (this.verdict.refuse) return {text: "Not sent.", remark: this.verdict.refuse, isBad: true};
+        if (this.verdict.ask) return {text: "Not sent yet.", remark: this.verdict.ask, isDoubtful: true};
+        return this.outcome ?? {...reading, isRead: true};
     }
 
-    showMessage({ text, error, trouble, remark, isBad, isDoubtful, isRead }) {
+    showMessage({text, error, trouble, remark, isBad, isDoubtful, isRead}) {
         const waits = this.parameter.changesCamera && !this.camera.readings.has(this.parameter.name);
         const lines = [
             ["words", error ?? trouble ?? text],
@@ -191,7 +190,7 @@ export class Row {
         const isWrong = Boolean(error ?? trouble ?? isBad);
         // A live region speaks whenever it is written.
         if (lines.map(([, line]) => line).join("") !== this.message.textContent) {
-            this.message.replaceChildren(...lines.map(([kind, line]) => h("p", { class: kind }, line)));
+            this.message.replaceChildren(...lines.map(([kind, line]) => h("p", {class: kind}, line)));
         }
         this.element.classList.toggle("wrong", isWrong);
         this.element.classList.toggle("doubtful", Boolean(isDoubtful));
@@ -199,7 +198,7 @@ export class Row {
     }
 
     tick(now = Date.now()) {
-        const { camera, parameter: { name } } = this;
+        const {camera, parameter: {name}} = this;
         const begun = this.isSending ? this.sentAt : camera.asking.get(name)?.start;
         const waited = Math.floor((now - begun) / 1000);
         const wait = `${this.isSending ? "sending" : "asking"}…${waited > 1 ? ` ${waited} s` : ""}`;
@@ -221,6 +220,6 @@ export function sections(rows) {
         const place = row.parameter.name.split(".").slice(0, -1).join(".");
         groups.set(place, [...groups.get(place) ?? [], row.element]);
     }
-    return [...groups].map(([place, elements]) =>
-        h("section", { "aria-label": place }, h("h2", {}, breakable(place)), h("ul", {}, elements)));
+    return [...groups].map(([place, elements]) => h(
+                               "section", {"aria-label": place}, h("h2", {}, breakable(place)), h("ul", {}, elements)));
 }

@@ -1,6 +1,6 @@
 // With the simulated camera: the log of what its daemons were sent, and the ways to change it. A real camera has no
 // addresses for these, and the panels stay away.
-import { find, h, say } from "./dom.js";
+import {find, h, say} from "./dom.js";
 
 const CHANGE = "/camera";
 const LOG = "/camera/log";
@@ -47,20 +47,20 @@ export async function followLog(onChange, onRestart) {
 /** @returns {Promise<{bytes?: Uint8Array, isAbsent?: boolean, isOther?: boolean}>} */
 async function readLog(size, tail) {
     const from = size - tail.length;
-    const reply = await fetch(LOG, { headers: { Range: `bytes=${from}-` }, cache: "no-store" });
-    if (reply.status === 416) return size ? { isOther: true } : { bytes: new Uint8Array(0) }; // shorter, or empty still
+    const reply = await fetch(LOG, {headers: {Range: `bytes=${from}-`}, cache: "no-store"});
+    if (reply.status === 416) return size ? {isOther: true} : {bytes: new Uint8Array(0)}; // shorter, or empty still
     const isLog = reply.ok && reply.headers.get("content-type")?.startsWith("text/plain");
-    if (!isLog) return { isAbsent: reply.status < 500 };
+    if (!isLog) return {isAbsent: reply.status < 500};
     const all = new Uint8Array(await reply.arrayBuffer()).slice(reply.status === 206 ? 0 : from);
-    if (tail.some((byte, i) => all[i] !== byte)) return { isOther: true };
-    return { bytes: all.slice(tail.length, all.lastIndexOf("\n".charCodeAt(0)) + 1) }; // whole lines
+    if (tail.some((byte, i) => all[i] !== byte)) return {isOther: true};
+    return {bytes: all.slice(tail.length, all.lastIndexOf("\n".charCodeAt(0)) + 1)}; // whole lines
 }
 
 function show(lines, onChange) {
     const list = find("log-lines");
     const isAtEnd = list.scrollTop + list.clientHeight > list.scrollHeight - 8;
     find("log").hidden = find("simulator").hidden = false;
-    list.append(...lines.map((line) => h("div", { class: `log-${line.split(" ")[0]}` }, line)));
+    list.append(...lines.map((line) => h("div", {class: `log-${line.split(" ")[0]}`}, line)));
     while (list.children.length > LOG_LINES_KEPT) list.firstChild.remove();
     if (isAtEnd) list.scrollTop = list.scrollHeight;
     const changes = lines.filter((line) => line.startsWith("change "));
@@ -79,7 +79,7 @@ export function offerChanges() {
 
 async function change(lines) {
     try {
-        const reply = await fetch(CHANGE, { method: "POST", body: lines });
+        const reply = await fetch(CHANGE, {method: "POST", body: lines});
         say(find("change-answer"), `${lines.split("\n")[0]}: ${(await reply.text()).trim()}`);
         find("change-answer").classList.toggle("wrong", !reply.ok);
     } catch {
@@ -91,7 +91,7 @@ async function change(lines) {
 // What can go wrong, and what does now: lines of SERVICE, FAULT and its meaning, with tabs between; in front of those
 // that are there now "now".
 async function readFaults() {
-    const reply = await fetch(FAULTS, { cache: "no-store" }).catch(() => null);
+    const reply = await fetch(FAULTS, {cache: "no-store"}).catch(() => null);
     const text = reply?.ok ? await reply.text() : "";
     return text.split("\n").filter(Boolean).map((line) => line.split("\t"));
 }
@@ -99,10 +99,12 @@ async function readFaults() {
 async function offerFaults() {
     const rows = await readFaults();
     const groups = Object.entries(SHOWN_FAULTS).map(([service, faults]) => {
-        const meaning = (fault) => rows.find(([one, other]) =>
-            one === service && other === fault.replace(/:\d+$/, ":N"))?.[2].replace(/\bN\b/, fault.split(":")[1]);
-        return h("div", { role: "group", "aria-label": `Faults of ${service}`, "data-service": service },
-            h("span", { title: meaning("") }, service),
+        const meaning = (fault) =>
+            rows.find(([one, other]) => one === service && other === fault.replace(/:\d+$/, ":N"))
+                ?.[2]
+                .replace(/\bN\b/, fault.split(":")[1]);
+        return h("div", {role: "group", "aria-label": `Faults of ${service}`, "data-service": service},
+            h("span", {title: meaning("")}, service),
             h("div", {}, ["none", ...faults].map((fault) => faultButton(service, fault, meaning(fault)))));
     });
     find("faults").replaceChildren(...groups);
@@ -111,7 +113,7 @@ async function offerFaults() {
 
 function faultButton(service, fault, title) {
     const onclick = () => change(`fault ${service} ${fault}`);
-    return h("button", { type: "button", "aria-pressed": "false", title, onclick }, fault);
+    return h("button", {type: "button", "aria-pressed": "false", title, onclick}, fault);
 }
 
 /** @param {string[][]} [known] */

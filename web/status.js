@@ -1,6 +1,6 @@
 // Whether the camera answers, what it is waited for, and how far the reading has come.
-import { counted, find, say, timeOf } from "./dom.js";
-import { CANCELLED, namesOf } from "./protocol.js";
+import {counted, find, say, timeOf} from "./dom.js";
+import {CANCELLED, namesOf} from "./protocol.js";
 
 const SILENT = 1000; // ms: what is over sooner needs no word
 
@@ -17,7 +17,7 @@ export function showState(camera) {
         say(find("camera-wait"), isWaiting ? `${Math.floor(waited / 1000)} s` : "");
         showProgress(camera, isWaiting);
     };
-    camera.addEventListener("exchange", ({ detail: done }) => {
+    camera.addEventListener("exchange", ({detail: done}) => {
         if (done.trouble !== CANCELLED) trouble = done.trouble;
         update();
     });
@@ -33,7 +33,7 @@ function nameOf(done) {
 }
 
 function showProgress(camera, isWaiting) {
-    const { asking: { size }, askedFor } = camera;
+    const {asking: {size}, askedFor} = camera;
     const isLong = size > 0 && (isWaiting || askedFor > 50 || !find("progress").hidden);
     find("progress").hidden = !isLong;
     find("progress-bar").max = askedFor;

@@ -1,7 +1,7 @@
 // The tree of names: a place for every word of a name, with a box that shows the parameter, or all below it. By
 // keyboard as trees are: arrows, Home and End move, Enter opens, the space bar checks.
-import { h } from "./dom.js";
-import { matcher } from "./catalogue.js";
+import {h} from "./dom.js";
+import {matcher} from "./catalogue.js";
 
 export class Tree {
     // onCheck(names, isOn) is told what is to be shown or not; get(name) knows values.
@@ -28,7 +28,7 @@ export class Tree {
         this.parameters = [...parameters.values()];
         this.nodes = [];
         this.byItem.clear();
-        const top = { path: "", below: [], inner: new Map(), list: this.root };
+        const top = {path: "", below: [], inner: new Map(), list: this.root};
         this.root.replaceChildren();
         for (const parameter of this.parameters) this.add(top, parameter);
     }
@@ -45,26 +45,29 @@ export class Tree {
     }
 
     addInner(parent, word) {
-        const list = h("ul", { role: "group" });
+        const list = h("ul", {role: "group"});
         const path = `${parent.path}${word}.`;
-        const texts = [h("span", { class: "word" }, word)];
-        const item = this.addItem(parent, path, texts, { "aria-expanded": "false" }, list);
-        return this.register({ path, below: [], inner: new Map(), list, item });
+        const texts = [h("span", {class: "word"}, word)];
+        const item = this.addItem(parent, path, texts, {"aria-expanded": "false"}, list);
+        return this.register({path, below: [], inner: new Map(), list, item});
     }
 
     addLeaf(parent, word, parameter) {
         const access = parameter.isWritable ? "" : "read only";
         const note = parameter.changesCamera ? "reading it changes the camera" : access;
-        const item = this.addItem(parent, parameter.name, [
-            h("span", { class: "word" }, word), h("span", { class: "meaning" }, parameter.record.label),
-            note && h("span", { class: "hidden" }, `, ${note}`)], { class: "leaf" });
-        this.register({ path: parameter.name, below: [parameter], item });
+        const item = this.addItem(parent, parameter.name,
+            [
+                h("span", {class: "word"}, word), h("span", {class: "meaning"}, parameter.record.label),
+                note && h("span", {class: "hidden"}, `, ${note}`)
+            ],
+            {class: "leaf"});
+        this.register({path: parameter.name, below: [parameter], item});
     }
 
     addItem(parent, path, texts, attributes, ...inner) {
-        const common = { role: "treeitem", tabindex: "-1", "aria-checked": "false", "data-path": path };
-        const line = [h("span", { class: "twisty" }), h("span", { class: "box" }), ...texts];
-        const item = h("li", { ...common, ...attributes }, h("div", { class: "line" }, line), ...inner);
+        const common = {role: "treeitem", tabindex: "-1", "aria-checked": "false", "data-path": path};
+        const line = [h("span", {class: "twisty"}), h("span", {class: "box"}), ...texts];
+        const item = h("li", {...common, ...attributes}, h("div", {class: "line"}, line), ...inner);
         parent.list.append(item);
         return item;
     }
@@ -81,7 +84,7 @@ export class Tree {
 
     // Marks what is shown.
     check(shown) {
-        for (const { item, below } of this.nodes) {
+        for (const {item, below} of this.nodes) {
             const count = below.filter((parameter) => shown.has(parameter.name)).length;
             item.ariaChecked = count === 0 ? "false" : count === below.length ? "true" : "mixed";
         }
@@ -105,9 +108,7 @@ export class Tree {
         return [...this.found].map((parameter) => parameter.name);
     }
 
-    seen() {
-        return [...this.root.querySelectorAll("[role=treeitem]")].filter((item) => item.getClientRects().length);
-    }
+    seen() { return [...this.root.querySelectorAll("[role=treeitem]")].filter((item) => item.getClientRects().length); }
 
     makeCurrent(item) {
         if (!item) return;
@@ -126,18 +127,16 @@ export class Tree {
 
     toggle(item) {
         const below = this.byItem.get(item).below.filter((parameter) => this.found.has(parameter));
-        this.onCheck(below.map(({ name }) => name), item.ariaChecked !== "true");
+        this.onCheck(below.map(({name}) => name), item.ariaChecked !== "true");
     }
 
-    open(item, isOpen) {
-        item.ariaExpanded = String(isOpen);
-    }
+    open(item, isOpen) { item.ariaExpanded = String(isOpen); }
 
     press(event) {
         const item = event.target.closest("[role=treeitem]");
         const seen = this.seen();
         const at = seen.indexOf(item);
-        const moves = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: seen.length - 1 };
+        const moves = {ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: seen.length - 1};
         const isOpen = item?.ariaExpanded === "true";
         if (!item || event.ctrlKey || event.altKey || event.metaKey) return;
         if (event.key in moves) seen[moves[event.key]]?.focus();

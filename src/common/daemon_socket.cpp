@@ -15,15 +15,30 @@ static int Set_Limit(int iSocket, int iOption, int32_t iMilliseconds)
 
 int Socket_TryLimit(int iSocket) { return Set_Limit(iSocket, SO_RCVTIMEO, g_atWaitLimit[WAIT_DAEMON].iThenEach); }
 
-/// Makes a call that the socket option iOption limits, again as often as a signal interrupts it.
-template <typename TCall> static ssize_t Call_InTime(int iSocket, int iOption, WaitKind eKind, TCall tCall)
+/// What is called on a socket: connect with an address, recv without one.
+struct SocketCall {
+    const struct sockaddr *ptAddress;
+    void *pBuffer;
+    size_t uSize;
+};
+
+static ssize_t Make_Call(int iSocket, const SocketCall &tCall)
 {
+    // An interrupted connect that is called again waits on for the same connection.
+    return tCall.ptAddress != nullptr ? connect(iSocket, tCall.ptAddress, static_cast<socklen_t>(tCall.uSize))
+                                      : recv(iSocket, tCall.pBuffer, tCall.uSize, 0);
+}
+
+/// Makes a call within a wait, again as often as a signal interrupts it.
+static ssize_t Call_InTime(int iSocket, WaitKind eKind, const SocketCall &tCall)
+{
+    const int iOption = tCall.ptAddress != nullptr ? SO_SNDTIMEO : SO_RCVTIMEO;
     const Wait tWait = Begin_Wait(eKind);
     Set_Limit(iSocket, iOption, tWait.iLimit);
-    ssize_t lResult = tCall();
+    ssize_t lResult = Make_Call(iSocket, tCall);
     while (lResult < 0 && errno == EINTR) {
         Set_Limit(iSocket, iOption, Left_OfWait(tWait));
-        lResult = tCall();
+        lResult = Make_Call(iSocket, tCall);
     }
     const int iError = errno;
     End_Wait(tWait);
@@ -33,14 +48,12 @@ template <typename TCall> static ssize_t Call_InTime(int iSocket, int iOption, W
 
 int Socket_Connect(int iSocket, const struct sockaddr *ptAddress, socklen_t uLength, WaitKind eKind)
 {
-    // An interrupted connect that is called again waits on for the same connection.
-    return static_cast<int>(
-        Call_InTime(iSocket, SO_SNDTIMEO, eKind, [=] { return connect(iSocket, ptAddress, uLength); }));
+    return static_cast<int>(Call_InTime(iSocket, eKind, {ptAddress, nullptr, uLength}));
 }
 
 ssize_t Socket_Receive(int iSocket, void *pBuffer, size_t uSize, WaitKind eKind)
 {
-    return Call_InTime(iSocket, SO_RCVTIMEO, eKind, [=] { return recv(iSocket, pBuffer, uSize, 0); });
+    return Call_InTime(iSocket, eKind, {nullptr, pBuffer, uSize});
 }
 
 int UnixSocket_Connect(int iSocket, const char *pszPath, WaitKind eKind)

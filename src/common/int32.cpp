@@ -1,19 +1,42 @@
 #include "common/int32.h"
 
-#include <stdlib.h>
+#include <string.h>
 
 int32_t Int32_FromText(const char *pszText, const char **ppszEnd)
 {
-    char *pszEnd = nullptr;
-    const long lNumber = strtol(pszText, &pszEnd, 10);
+    // The camera's strtol divides first: 700 instructions for one digit.
+    const char *pc = pszText + strspn(pszText, NUMBER_BLANKS);
+    const bool bNegative = *pc == '-';
+    if (*pc == '-' || *pc == '+')
+        ++pc;
+    const char *const pcFirst = pc;
+    const uint32_t uLimit = INT32_MAX + (bNegative ? 1u : 0u);
+    uint32_t uNumber = 0;
+    for (; Is_Digit(*pc); ++pc) {
+        const uint32_t uDigit = static_cast<uint32_t>(*pc - '0');
+        uNumber = uNumber > (uLimit - uDigit) / 10 ? uLimit : uNumber * 10 + uDigit;
+    }
     if (ppszEnd != nullptr)
-        *ppszEnd = pszEnd;
-    // Where long is wider than the camera's 32 bits, strtol saturates too late.
-    if (lNumber > INT32_MAX)
-        return INT32_MAX;
-    if (lNumber < INT32_MIN)
-        return INT32_MIN;
-    return static_cast<int32_t>(lNumber);
+        *ppszEnd = pc != pcFirst ? pc : pszText;
+    return static_cast<int32_t>(bNegative ? 0u - uNumber : uNumber);
+}
+
+NumberText Int32_ToText(int32_t iNumber)
+{
+    NumberText tText;
+    char acDigits[sizeof tText.szText];
+    uint32_t uNumber = iNumber < 0 ? 0u - static_cast<uint32_t>(iNumber) : static_cast<uint32_t>(iNumber);
+    size_t uDigits = 0;
+    do
+        acDigits[uDigits++] = static_cast<char>('0' + uNumber % 10);
+    while ((uNumber /= 10) != 0);
+    char *pc = tText.szText;
+    if (iNumber < 0)
+        *pc++ = '-';
+    while (uDigits > 0)
+        *pc++ = acDigits[--uDigits];
+    *pc = '\0';
+    return tText;
 }
 
 int32_t Int32_FromDouble(double dValue)

@@ -39,6 +39,13 @@ SnapshotSegment View_Segment(const void *pBase, uint32_t dwSize)
     return tSegment;
 }
 
+/// Nothing of a damaged tree is looked at any more: there are no steps left.
+static void Mark_Damaged(SnapshotSegment *ptSegment)
+{
+    ptSegment->bDamaged = true;
+    ptSegment->dwStepsLeft = ptSegment->dwAllStepsLeft = 0;
+}
+
 /// Gives the walk of one key path, or of an element's children, as many steps as an honest tree can need: no walk meets
 /// an element twice.
 static void Begin_Hop(SnapshotSegment *ptSegment)
@@ -53,7 +60,7 @@ static void Begin_Hop(SnapshotSegment *ptSegment)
 static bool Take_Steps(SnapshotSegment *ptSegment, uint32_t dwSteps)
 {
     if (ptSegment->dwStepsLeft < dwSteps) {
-        ptSegment->bDamaged = true;
+        Mark_Damaged(ptSegment);
         return false;
     }
     ptSegment->dwStepsLeft -= dwSteps;
@@ -64,7 +71,7 @@ static bool Take_Steps(SnapshotSegment *ptSegment, uint32_t dwSteps)
 static bool Copy_Record(SnapshotSegment *ptSegment, uint32_t dwElement, SnapshotNode *ptStored)
 {
     if (ptSegment->dwSize < sizeof *ptStored || dwElement > ptSegment->dwSize - sizeof *ptStored) {
-        ptSegment->bDamaged = true;
+        Mark_Damaged(ptSegment);
         return false;
     }
     // The daemon aligns its records; only of those does the camera's processor copy whole words (a third of a lookup).
@@ -106,7 +113,7 @@ static SnapshotText Get_Text(SnapshotSegment *ptSegment, uint32_t dwText)
         if (uLength < uRoom)
             return {pc, uLength};
     }
-    ptSegment->bDamaged = true;
+    Mark_Damaged(ptSegment);
     return {nullptr, 0};
 }
 
@@ -128,7 +135,7 @@ static SiblingWalk Begin_Walk(uint32_t dwFirst)
 static bool Step(SnapshotSegment *ptSegment, SiblingWalk *ptWalk)
 {
     ptWalk->dwElement = ptWalk->dwNext;
-    if (ptWalk->dwElement == SNAPSHOT_NONE || ptSegment->bDamaged)
+    if (ptWalk->dwElement == SNAPSHOT_NONE)
         return false;
     if (!Take_Steps(ptSegment, 1) || !Copy_Record(ptSegment, ptWalk->dwElement, &ptWalk->tStored))
         return false;
@@ -140,7 +147,7 @@ static bool Has_Name(SnapshotSegment *ptSegment, const SiblingWalk *ptWalk, cons
 {
     const uint32_t dwName = MapRealAddr(ptSegment, ptWalk->tStored.dwName);
     if (dwName >= ptSegment->dwSize) {
-        ptSegment->bDamaged = true;
+        Mark_Damaged(ptSegment);
         return false;
     }
     const char *pcStored = ptSegment->pcBase + dwName;
@@ -166,7 +173,7 @@ uint32_t GetElementByXPath(SnapshotSegment *ptSegment, const char *pcXPath, size
     uint32_t dwChild = First_Child(ptSegment, dwRoot);
     // A daemon that has just started has a segment before it has a tree in it.
     if (dwRoot < sizeof tHeader || dwChild == SNAPSHOT_NONE)
-        ptSegment->bDamaged = true;
+        Mark_Damaged(ptSegment);
     for (;;) {
         const void *pEnd = memchr(pcXPath, KEY_SEPARATOR, uLength);
         const size_t uName = pEnd != nullptr ? static_cast<size_t>(static_cast<const char *>(pEnd) - pcXPath) : uLength;

@@ -1,6 +1,8 @@
 #include "conflib/xml_file.h"
 
-#include <stdio.h>
+#include "common/int32.h"
+#include "common/string_util.h"
+
 #include <syslog.h>
 
 int Open_XMLFile(const char *pszPath, const char *pszCaller, SXMLParserContext **pptParser)
@@ -26,10 +28,8 @@ int Open_XMLFile(const char *pszPath, const char *pszCaller, SXMLParserContext *
 
 IndexTag Make_IndexTag(char cLetter, int32_t iIndex)
 {
-    // A setter makes hundreds of them; the camera's printf takes 2,000 instructions for each.
-    if (iIndex >= 0 && iIndex <= 9)
-        return {{cLetter, static_cast<char>('0' + iIndex), '\0', '\0'}};
     IndexTag tTag;
-    snprintf(tTag.szTag, sizeof tTag.szTag, "%c%d", cLetter, iIndex);
+    tTag.szTag[0] = cLetter;
+    Copy_Text(tTag.szTag + 1, sizeof tTag.szTag - 1, Int32_ToText(iIndex).szText);
     return tTag;
 }

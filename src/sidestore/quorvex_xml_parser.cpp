@@ -1,10 +1,10 @@
 #include "sidestore/quorvex_xml_parser.h"
 
+#include "common/int32.h"
 #include "common/string_util.h"
 #include "conflib/xml_file.h"
 #include "sidestore/side_value.h"
 
-#include <stdio.h>
 #include <string.h>
 #include <syslog.h>
 
@@ -47,9 +47,7 @@ char *Get_VideoGOP_from_QuorvexXML(int32_t iChannel, int32_t iStream, const char
 
 static int Store_Number(const SidePlace &tPlace, int32_t iValue)
 {
-    char szValue[16];
-    snprintf(szValue, sizeof szValue, "%d", iValue);
-    return Store_SideText(tPlace, szValue);
+    return Store_SideText(tPlace, Int32_ToText(iValue).szText);
 }
 
 int Set_NTPInterval_from_QuorvexXML(int32_t iValue) { return Store_Number({SIDE_NTP_INTERVAL}, iValue); }

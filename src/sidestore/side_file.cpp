@@ -8,8 +8,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/file.h>
@@ -129,13 +127,12 @@ void Close_SideFile(SideFile eFile, SXMLParserContext *ptParser)
 
 char *Find_SideText(const SidePlace &tPlace)
 {
-    const SidePath tPath = Make_SidePath(tPlace);
-    const char *apszTag[sizeof tPath.aszTag / sizeof tPath.aszTag[0]] = {};
-    for (int iTag = 0; iTag < tPath.iTags; ++iTag)
-        apszTag[iTag] = tPath.aszTag[iTag];
+    SidePath tPath;
+    Make_SidePath(tPlace, &tPath);
     SXMLParserContext *ptParser = Open_SideFile(tPath.eFile);
-    const char *pszText = SXMLParser_GetTagValueByName(ptParser, "root", "quorvex", apszTag[0], apszTag[1], apszTag[2],
-                                                       apszTag[3], apszTag[4], static_cast<char *>(nullptr));
+    const char *pszText =
+        SXMLParser_GetTagValueByName(ptParser, "root", "quorvex", tPath.apszTag[0], tPath.apszTag[1], tPath.apszTag[2],
+                                     tPath.apszTag[3], tPath.apszTag[4], static_cast<char *>(nullptr));
     char *pszCopy = pszText != nullptr ? strdup(pszText) : nullptr;
     if (pszCopy == nullptr)
         syslog(LOG_CRIT, "%s: %s fail", LOG_IDENTITY, tPath.pszReader);
@@ -145,13 +142,11 @@ char *Find_SideText(const SidePlace &tPlace)
 
 // Writing.
 
-static constexpr size_t LINE_SIZE = 256; ///< more than any piece that is appended takes
-
 static void Provide_Room(SideText *ptText, size_t uMore)
 {
     if (ptText->bFailed || ptText->uRoom - ptText->uLength >= uMore)
         return;
-    const size_t uRoom = ptText->uLength * 2 + uMore;
+    const size_t uRoom = ptText->uLength * 2 + uMore + 256;
     char *pcText = static_cast<char *>(realloc(ptText->pcText, uRoom));
     ptText->bFailed = pcText == nullptr;
     if (ptText->bFailed)
@@ -160,17 +155,43 @@ static void Provide_Room(SideText *ptText, size_t uMore)
     ptText->uRoom = uRoom;
 }
 
-void Append_SideText(SideText *ptText, const char *pszFormat, ...)
+static void Append(SideText *ptText, const char *pszText)
 {
-    Provide_Room(ptText, LINE_SIZE);
+    const size_t uLength = strlen(pszText);
+    Provide_Room(ptText, uLength);
     if (ptText->bFailed)
         return;
-    va_list tArguments;
-    va_start(tArguments, pszFormat);
-    const int iLength = vsnprintf(ptText->pcText + ptText->uLength, LINE_SIZE, pszFormat, tArguments);
-    va_end(tArguments);
-    ptText->bFailed = iLength < 0 || static_cast<size_t>(iLength) >= LINE_SIZE;
-    ptText->uLength += ptText->bFailed ? 0 : static_cast<size_t>(iLength);
+    memcpy(ptText->pcText + ptText->uLength, pszText, uLength);
+    ptText->uLength += uLength;
+}
+
+/// Appends a line, behind as many tabs as elements are open, of pieces that a null ends.
+static void Append_Line(SideText *ptText, const char *const *ppszPiece)
+{
+    static constexpr char TABS[] = "\t\t\t\t\t\t\t";
+    Append(ptText, TABS + sizeof TABS - 1 - ptText->iDepth);
+    for (; *ppszPiece != nullptr; ++ppszPiece)
+        Append(ptText, *ppszPiece);
+}
+
+void Open_SideElement(SideText *ptText, const char *pszName)
+{
+    const char *const apszPiece[] = {"<", pszName, ">\n", nullptr};
+    Append_Line(ptText, apszPiece);
+    ++ptText->iDepth;
+}
+
+void Close_SideElement(SideText *ptText, const char *pszName)
+{
+    const char *const apszPiece[] = {"</", pszName, ">\n", nullptr};
+    --ptText->iDepth;
+    Append_Line(ptText, apszPiece);
+}
+
+void Append_SideElement(SideText *ptText, const char *pszName, const char *pszValue)
+{
+    const char *const apszPiece[] = {"<", pszName, ">", pszValue, "</", pszName, ">\n", nullptr};
+    Append_Line(ptText, apszPiece);
 }
 
 /// Appends line feeds up to a length. Behind the last tag they harm no reader.

@@ -29,9 +29,13 @@ struct SideText {
     char *pcText;
     size_t uLength;
     size_t uRoom;
+    int iDepth;   ///< elements that are open, at most seven
     bool bFailed; ///< there was no memory for all of it
 };
-void Append_SideText(SideText *ptText, const char *pszFormat, ...) __attribute__((format(printf, 2, 3)));
+void Open_SideElement(SideText *ptText, const char *pszName);
+void Close_SideElement(SideText *ptText, const char *pszName);
+/// A whole element on one line. The value is written as it stands.
+void Append_SideElement(SideText *ptText, const char *pszName, const char *pszValue);
 
 /// Rewrites a file in place, or creates it. It keeps its owner, mode and links, and a reader finds one of both texts
 /// whole whenever the process is killed. 0; -1 when that fails, logged under pszWriter when the file cannot be opened;

@@ -183,59 +183,80 @@ int Release_QuorvexXMLFile_Data()
     return 0;
 }
 
+/// The name of an element that is counted; unlike IndexTag it has room for every number.
+struct CountedName {
+    char szName[1 + sizeof NumberText::szText];
+};
+
+static CountedName Make_Name(char cLetter, int32_t iIndex)
+{
+    CountedName tName;
+    tName.szName[0] = cLetter;
+    memcpy(tName.szName + 1, Int32_ToText(iIndex).szText, sizeof NumberText::szText);
+    return tName;
+}
+
+static void Append_Number(SideText *ptText, const char *pszName, int32_t iNumber)
+{
+    Append_SideElement(ptText, pszName, Int32_ToText(iNumber).szText);
+}
+
 static void Compose_Stream(SideText *ptText, const XMLFileStreamData *ptStream, int32_t iStream)
 {
-    Append_SideText(ptText, "\t\t\t\t<s%d>\n", iStream);
+    const CountedName tStream = Make_Name('s', iStream);
+    Open_SideElement(ptText, tStream.szName);
     for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
-        const char *pszCodec = GOP_CODECS[uCodec];
         const int32_t iGOP = ptStream->*GOP_FIELDS[uCodec];
-        if (iGOP != GOP_NOT_OFFERED)
-            Append_SideText(ptText, "\t\t\t\t\t<%s>\n\t\t\t\t\t\t<gop>%d</gop>\n\t\t\t\t\t</%s>\n", pszCodec, iGOP,
-                            pszCodec);
+        if (iGOP == GOP_NOT_OFFERED)
+            continue;
+        Open_SideElement(ptText, GOP_CODECS[uCodec]);
+        Append_Number(ptText, "gop", iGOP);
+        Close_SideElement(ptText, GOP_CODECS[uCodec]);
     }
-    Append_SideText(ptText, "\t\t\t\t</s%d>\n", iStream);
+    Close_SideElement(ptText, tStream.szName);
 }
 
-static void Compose_Video(SideText *ptText)
+static void Compose_Image(SideText *ptText, const XMLFileChannelData *ptChannel)
 {
-    Append_SideText(ptText, "\t\t<image>\n");
+    Append_Number(ptText, "contrast", ptChannel->iContrast);
+    Append_Number(ptText, "brightness", ptChannel->iBrightness);
+    Append_Number(ptText, "saturation", ptChannel->iSaturation);
+    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
+        Compose_Stream(ptText, ptChannel->pptStream[iStream], iStream);
+}
+
+static void Compose_Windows(SideText *ptText, const XMLFileChannelData *ptChannel)
+{
+    for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
+        const CountedName tWindow = Make_Name('i', iWindow);
+        Open_SideElement(ptText, tWindow.szName);
+        Append_SideElement(ptText, "window", ptChannel->pptWindow[iWindow]->szWindow);
+        Append_Number(ptText, "threshold", ptChannel->pptWindow[iWindow]->iThreshold);
+        Close_SideElement(ptText, tWindow.szName);
+    }
+}
+
+static void Compose_Device(SideText *ptText, const XMLFileChannelData * /*ptChannel*/)
+{
+    Append_Number(ptText, "devicenum", g_tFileData.iStorageDeviceNum);
+}
+
+/// The group of a file and what each channel has in it.
+struct SideGroup {
+    const char *pszName;
+    void (*pfnCompose)(SideText *ptText, const XMLFileChannelData *ptChannel);
+};
+
+static void Compose_Group(SideText *ptText, const SideGroup &tGroup)
+{
+    Open_SideElement(ptText, tGroup.pszName);
     for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel) {
-        const XMLFileChannelData *ptChannel = g_tFileData.pptChannel[iChannel];
-        Append_SideText(ptText, "\t\t\t<c%d>\n", iChannel);
-        Append_SideText(ptText, "\t\t\t\t<contrast>%d</contrast>\n", ptChannel->iContrast);
-        Append_SideText(ptText, "\t\t\t\t<brightness>%d</brightness>\n", ptChannel->iBrightness);
-        Append_SideText(ptText, "\t\t\t\t<saturation>%d</saturation>\n", ptChannel->iSaturation);
-        for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
-            Compose_Stream(ptText, ptChannel->pptStream[iStream], iStream);
-        Append_SideText(ptText, "\t\t\t</c%d>\n", iChannel);
+        const CountedName tChannel = Make_Name('c', iChannel);
+        Open_SideElement(ptText, tChannel.szName);
+        tGroup.pfnCompose(ptText, g_tFileData.pptChannel[iChannel]);
+        Close_SideElement(ptText, tChannel.szName);
     }
-    Append_SideText(ptText, "\t\t</image>\n");
-}
-
-static void Compose_Motion(SideText *ptText)
-{
-    Append_SideText(ptText, "\t\t<motion>\n");
-    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel) {
-        Append_SideText(ptText, "\t\t\t<c%d>\n", iChannel);
-        for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow) {
-            const XMLFileWindowData *ptWindow = g_tFileData.pptChannel[iChannel]->pptWindow[iWindow];
-            Append_SideText(ptText, "\t\t\t\t<i%d>\n", iWindow);
-            Append_SideText(ptText, "\t\t\t\t\t<window>%s</window>\n", ptWindow->szWindow);
-            Append_SideText(ptText, "\t\t\t\t\t<threshold>%d</threshold>\n", ptWindow->iThreshold);
-            Append_SideText(ptText, "\t\t\t\t</i%d>\n", iWindow);
-        }
-        Append_SideText(ptText, "\t\t\t</c%d>\n", iChannel);
-    }
-    Append_SideText(ptText, "\t\t</motion>\n");
-}
-
-static void Compose_System(SideText *ptText)
-{
-    Append_SideText(ptText, "\t\t<ntpinterval>%d</ntpinterval>\n\t\t<storage>\n", g_tFileData.iNTPInterval);
-    for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
-        Append_SideText(ptText, "\t\t\t<c%d>\n\t\t\t\t<devicenum>%d</devicenum>\n\t\t\t</c%d>\n", iChannel,
-                        g_tFileData.iStorageDeviceNum, iChannel);
-    Append_SideText(ptText, "\t\t</storage>\n");
+    Close_SideElement(ptText, tGroup.pszName);
 }
 
 // What would be lost.
@@ -287,23 +308,26 @@ bool Loses_Elements(SideFile eFile)
     return bLoses;
 }
 
-/// The frame that all three files share; pfnContent appends what lies between.
-static int Write_File(SideFile eFile, const char *pszWriter, void (*pfnContent)(SideText *ptText))
+static int Write_File(SideFile eFile, const char *pszWriter, const SideGroup &tGroup)
 {
     if (Loses_Elements(eFile))
         return -1;
     SideText tText = {};
-    Append_SideText(&tText, "<root>\n\t<quorvex>\n");
-    pfnContent(&tText);
-    Append_SideText(&tText, "\t</quorvex>\n</root>\n");
+    Open_SideElement(&tText, "root");
+    Open_SideElement(&tText, "quorvex");
+    if (eFile == SYSTEM_FILE)
+        Append_Number(&tText, "ntpinterval", g_tFileData.iNTPInterval);
+    Compose_Group(&tText, tGroup);
+    Close_SideElement(&tText, "quorvex");
+    Close_SideElement(&tText, "root");
     const int iResult = tText.bFailed ? -1 : Replace_SideFile(eFile, pszWriter, &tText);
     free(tText.pcText);
     return iResult;
 }
 
-int Write_QuorvexVideoConfigFile() { return Write_File(VIDEO_FILE, __func__, Compose_Video); }
-int Write_QuorvexMotionConfigFile() { return Write_File(MOTION_FILE, __func__, Compose_Motion); }
-int Write_QuorvexSystemConfigFile() { return Write_File(SYSTEM_FILE, __func__, Compose_System); }
+int Write_QuorvexVideoConfigFile() { return Write_File(VIDEO_FILE, __func__, {"image", Compose_Image}); }
+int Write_QuorvexMotionConfigFile() { return Write_File(MOTION_FILE, __func__, {"motion", Compose_Windows}); }
+int Write_QuorvexSystemConfigFile() { return Write_File(SYSTEM_FILE, __func__, {"storage", Compose_Device}); }
 
 static XMLFileChannelData *Find_Channel(int32_t iChannel)
 {

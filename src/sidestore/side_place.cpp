@@ -1,9 +1,6 @@
 #include "sidestore/side_place.h"
 
 #include "common/string_util.h"
-#include "conflib/xml_file.h"
-
-#include <stddef.h>
 
 const char *const g_apszSideFile[SIDE_FILE_COUNT] = {
     "/etc/conf.d/config_quorvexVideo.xml",
@@ -30,26 +27,27 @@ static constexpr struct {
     {SYSTEM_FILE, "storage", '\0', false, "devicenum", "Get_StorageDeviceNum_from_QuorvexXML"},
 };
 
-static void Add_Tag(SidePath *ptPath, const char *pszTag, size_t uSize = sizeof SidePath::aszTag[0])
-{
-    Copy_Text(ptPath->aszTag[ptPath->iTags++], uSize, pszTag);
-}
+SideFile Get_SideFile(const SidePlace &tPlace) { return g_tSideValue[tPlace.eValue].eFile; }
 
-SidePath Make_SidePath(const SidePlace &tPlace)
+void Make_SidePath(const SidePlace &tPlace, SidePath *ptPath)
 {
     const auto &tValue = g_tSideValue[tPlace.eValue];
-    SidePath tPath;
-    tPath.eFile = tValue.eFile;
-    tPath.pszReader = tValue.pszReader;
-    tPath.iTags = 0;
+    *ptPath = {};
+    ptPath->eFile = tValue.eFile;
+    ptPath->pszReader = tValue.pszReader;
+    const char **ppszTag = ptPath->apszTag;
     if (tValue.pszGroup != nullptr) {
-        Add_Tag(&tPath, tValue.pszGroup);
-        Add_Tag(&tPath, Make_IndexTag('c', tPlace.iChannel).szTag);
+        ptPath->tChannel = Make_IndexTag('c', tPlace.iChannel);
+        *ppszTag++ = tValue.pszGroup;
+        *ppszTag++ = ptPath->tChannel.szTag;
     }
-    if (tValue.cIndex != '\0')
-        Add_Tag(&tPath, Make_IndexTag(tValue.cIndex, tPlace.iIndex).szTag);
-    if (tValue.bCodec)
-        Add_Tag(&tPath, tPlace.pszCodec, CODEC_TAG_SIZE);
-    Add_Tag(&tPath, tValue.pszLeaf);
-    return tPath;
+    if (tValue.cIndex != '\0') {
+        ptPath->tIndex = Make_IndexTag(tValue.cIndex, tPlace.iIndex);
+        *ppszTag++ = ptPath->tIndex.szTag;
+    }
+    if (tValue.bCodec) {
+        Copy_Text(ptPath->szCodec, sizeof ptPath->szCodec, tPlace.pszCodec);
+        *ppszTag++ = ptPath->szCodec;
+    }
+    *ppszTag = tValue.pszLeaf;
 }

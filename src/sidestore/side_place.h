@@ -1,6 +1,8 @@
 /// Which values the side files hold, and where.
 #pragma once
 
+#include "conflib/xml_file.h"
+
 #include <stdint.h>
 
 enum SideFile { VIDEO_FILE, MOTION_FILE, SYSTEM_FILE, SIDE_FILE_COUNT };
@@ -27,14 +29,17 @@ struct SidePlace {
     const char *pszCodec = nullptr;
 };
 
-/// Where it stands.
+/// Where it stands. The names lead into the record itself and into the place, so it is not copied.
 struct SidePath {
     SideFile eFile;
-    const char *pszReader; ///< the reader that the system log names
-    int iTags;             ///< names of elements, from the one below root and quorvex down
-    char aszTag[5][12];
+    const char *pszReader;  ///< the reader that the system log names
+    const char *apszTag[5]; ///< names of elements, from the one below root and quorvex down; unused ones are NULL
+    IndexTag tChannel;
+    IndexTag tIndex;
+    char szCodec[CODEC_TAG_SIZE];
 };
-SidePath Make_SidePath(const SidePlace &tPlace);
+void Make_SidePath(const SidePlace &tPlace, SidePath *ptPath);
+SideFile Get_SideFile(const SidePlace &tPlace);
 
 /// The codecs with a GOP, in the order of their blocks in the Video file.
 constexpr char GOP_CODECS[][6] = {"mpeg4", "h264", "h265"};

@@ -8,7 +8,7 @@ int Store_SideText(const SidePlace &tPlace, const char *pszText)
 {
     if (!Is_Storable(pszText))
         return -1;
-    const SideFile eFile = Make_SidePath(tPlace).eFile;
+    const SideFile eFile = Get_SideFile(tPlace);
     int iResult = -1;
     Hold_SideFile(eFile);
     if (Read_ImageShape() == 0) {

@@ -116,15 +116,6 @@ TEST(Dispatch, FindsWhatThePlainScanFinds)
     EXPECT_GT(iMatched, 10000) << "the names must not all be nonsense";
 }
 
-TEST(Dispatch, KnowsNamesThatRunOn)
-{
-    EXPECT_EQ(Table_Find("General.FirmwareVersionX"), (Match{"General.FirmwareVersion", 0, 0}));
-    EXPECT_EQ(Table_Find("Network.1234567.Anything"), (Match{"Network.%d.Dhcp", 1234566, 0}));
-    EXPECT_EQ(Table_Find("Network.-1.Dhcp"), (Match{"Network.%d.Dhcp", -2, 0}));
-    EXPECT_EQ(Table_Find("VideoInput.01.Brightness"), (Match{"", 0, 0}));
-    EXPECT_EQ(Table_Find(""), (Match{"", 0, 0}));
-}
-
 TEST(Dispatch, RefusesTemplatesThatItCannotHold)
 {
     ParamContext tContext = {};
@@ -135,23 +126,6 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
     EXPECT_EQ(Parse(strLong.c_str(), 256, 0), -1);
     EXPECT_EQ(Parse(strLong.c_str() + 1, 255, 0), 0);
     EXPECT_EQ(Parse("a", 1, 3), -1);
-}
-
-TEST(Getenv, TakesAnAddressForIPv6WhereScanfConvertsNoNumber)
-{
-    const std::string strCharacters = " \t\n\v\f\r+-09.:a\xa0";
-    std::vector<std::string> astrText = {""};
-    for (size_t uText = 0; astrText[uText].size() < 3; ++uText)
-        for (const char c : strCharacters)
-            astrText.push_back(astrText[uText] + c);
-    for (const std::string &strText : astrText) {
-        int iNumber = 0;
-        const bool bIPv6 = sscanf(strText.c_str(), "%d.%d.%d.%d", &iNumber, &iNumber, &iNumber, &iNumber) == 0;
-        ParamContext tContext = {};
-        setenv("SERVER_ADDR", strText.c_str(), 1);
-        Param_StateRoutine_Getenv(&tContext);
-        ASSERT_EQ(tContext.bServerAddrIPv6, bIPv6 ? 1 : 0) << testing::PrintToString(strText);
-    }
 }
 
 TEST(Getenv, RefusesWritesThatAPageOfAnotherSiteMade)
@@ -181,8 +155,8 @@ TEST(Getenv, RefusesWritesThatAPageOfAnotherSiteMade)
             pszValue != nullptr ? setenv(pszName, pszValue, 1) : unsetenv(pszName);
         ParamContext tContext = {};
         EXPECT_EQ(Param_StateRoutine_Getenv(&tContext), -1) << "there is no body";
-        EXPECT_STREQ(tContext.szErrorMsg, tRow.bRefused ? "The request comes from another site\r\n"
-                                                        : "Get content length failed\r\n")
+        EXPECT_STREQ(tContext.szErrorMsg,
+                     tRow.bRefused ? "The request comes from another site\r\n" : "Get content length failed\r\n")
             << testing::PrintToString(tRow.pszOrigin);
     }
 }

@@ -3,14 +3,13 @@
 #include "common/decimal.h"
 #include "common/int32.h"
 #include "common/string_util.h"
-#include "conflib/cdf_range.h"
 #include "conflib/configer.h"
-#include "conflib/escape_decode.h"
 #include "mapping/ptz_io.h"
 #include "sidestore/quorvex_xml_parser.h"
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -21,20 +20,6 @@
 #include <vector>
 
 namespace {
-
-struct TextNumber {
-    const char *pszText;
-    int32_t iNumber;
-};
-
-std::string Decode(std::string strText)
-{
-    // A block of the exact size, so that the sanitizers see a read or write behind it.
-    std::vector<char> acText(strText.begin(), strText.end());
-    int iLength = 0;
-    EscapeDecodeString(acText.data(), static_cast<int>(acText.size()), acText.data(), &iLength, 1);
-    return std::string(acText.data(), static_cast<size_t>(iLength));
-}
 
 std::string g_strHooked;
 
@@ -47,20 +32,6 @@ __attribute__((format(printf, 1, 0))) int Hook(const char *pszFormat, va_list tA
 }
 
 } // namespace
-
-TEST(Int32, SaturatesTexts)
-{
-    constexpr TextNumber TEXTS[] = {{"", 0},
-                                    {" \t-12x", -12},
-                                    {"+5", 5},
-                                    {"x1", 0},
-                                    {"2147483647", INT32_MAX},
-                                    {"2147483648", INT32_MAX},
-                                    {"-99999999999999999999", INT32_MIN},
-                                    {"4294967297", INT32_MAX}};
-    for (const TextNumber &t : TEXTS)
-        EXPECT_EQ(Int32_FromText(t.pszText), t.iNumber) << t.pszText;
-}
 
 TEST(Int32, ConvertsAndWraps)
 {
@@ -112,47 +83,6 @@ TEST(Decimal, EndsWhereTheScanEnds)
     EXPECT_EQ(dNumber, 0);
     EXPECT_STREQ(Decimal_FromText("NaN(1)", &dNumber), "(1)");
     EXPECT_TRUE(std::isnan(dNumber));
-}
-
-TEST(EscapeDecode, DecodesWholeSequencesOnly)
-{
-    EXPECT_EQ(Decode("a%20b%2Fc%2f"), "a b/c/");
-    EXPECT_EQ(Decode("%"), "%");
-    EXPECT_EQ(Decode("%4"), "%4");
-    EXPECT_EQ(Decode("%%41%zz%4g"), "%A%zz%4g");
-    EXPECT_EQ(Decode("+%00%ff"), "+%00\xff");
-    EXPECT_EQ(Decode(""), "");
-}
-
-TEST(CdfRange, ParsesBothForms)
-{
-    struct {
-        std::string strText;
-        int iResult;
-        float fLower, fUpper;
-    } const atRange[] = {
-        {"in,\"1000~8000000\"", 0, 1000, 8000000},
-        {"x,y\"64,128,256\"z", 0, 64, 256},
-        {",\"a~7k\"", 0, 0, 7},
-        {"\"1000~8000000\"", -1, 0, 0},
-        {",\"64\"", -1, 0, 0},
-        {",\"64~128", -1, 0, 0},
-        {",", -1, 0, 0},
-        {"", -1, 0, 0},
-        {",\"\n  1000 ~ 8000000\n\"", 0, 1000, 8000000},
-        {",\"0.25000000000000000000,9,00000000000000000000512\"", 0, 0.25, 512},
-        {",\"1e999~2\"", -1, std::numeric_limits<float>::infinity(), 0},
-        {",\"~\"", 0, 0, 0},
-    };
-    for (const auto &t : atRange) {
-        std::vector<char> acText(t.strText.c_str(), t.strText.c_str() + t.strText.size() + 1);
-        QuorvexFloatRange tRange = {};
-        EXPECT_EQ(QuorvexParseXMLFloatRange(acText.data(), &tRange), t.iResult) << t.strText;
-        EXPECT_EQ(tRange.fLower, t.fLower) << t.strText;
-        EXPECT_EQ(tRange.fUpper, t.fUpper) << t.strText;
-    }
-    QuorvexFloatRange tRange = {};
-    EXPECT_EQ(QuorvexParseXMLFloatRange(nullptr, &tRange), -1);
 }
 
 TEST(StringUtil, PacksVersions)
@@ -303,6 +233,20 @@ TEST(Configer, AppliesAndEchoesTheWholeAnswer)
     EXPECT_GT(read(aiEnd[0], szRequest, sizeof szRequest - 1), 0);
     EXPECT_STREQ(szRequest, "apply Value 1 2 network\npayload");
     close(aiEnd[0]);
+    close(aiEnd[1]);
+    g_iDaemon = -1;
+}
+
+TEST(Configer, SaysWhatTheDaemonDidNotTake)
+{
+    int aiEnd[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
+    close(aiEnd[0]);
+    g_iDaemon = aiEnd[1];
+    signal(SIGPIPE, SIG_IGN);
+    testing::internal::CaptureStdout();
+    Set_Configer("a", "b");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "write socket 24 byte, but return -1\n");
     close(aiEnd[1]);
     g_iDaemon = -1;
 }
