@@ -8,7 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-// What is used of the emulator's interface for plugins, version 1; Debian ships no header for it.
+/// What is used of the emulator's interface for plugins, version 1; Debian ships no header for it.
 enum { INLINE_ADD = 0, NO_REGISTERS = 0, MAX_CALL = 512 };
 typedef uint64_t PluginId;
 struct TranslatedBlock;

@@ -1,12 +1,14 @@
-"""What a request costs a camera, its kernel's part included: the ARM build and the floor on the device that script/device
-boots, where an instruction takes a fixed time, so that the CPU time of a process counts instructions. script/bench-device
-builds what is needed and starts it, twice: inside script/sandbox for what the floor has to do, outside for the device.
+"""What a request costs a camera, its kernel's part included: the ARM build and the floor on the device that
+script/device boots, where an instruction takes a fixed time, so that the CPU time of a process counts instructions.
+script/bench-device builds what is needed and starts it, twice: inside script/sandbox for what the floor has to do,
+outside for the device.
 
 usage: device_bench.py --work                  inside: a line "CASE REQUEST WORK" for each request
        device_bench.py RESULTS WORK-FILE       the table; leaves the figures in RESULTS/instructions-device.txt
 """
 import collections
 import pathlib
+import shutil
 import sys
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
@@ -23,6 +25,7 @@ Cost = collections.namedtuple("Cost", "instructions faults memory")
 
 
 def print_work():
+    shutil.copy(arm_bench.ARM / "param.cgi", arm_bench.PROGRAM)
     for name, case in arm_bench.CASES.items():
         with arm_bench.camera(case):
             for place, request in enumerate(case.requests):

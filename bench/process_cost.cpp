@@ -45,7 +45,7 @@ double Seconds(const timeval &tTime)
     return static_cast<double>(tTime.tv_sec) + static_cast<double>(tTime.tv_usec) / 1e6;
 }
 
-// What the program has written is taken out of the pipe after its end: a reply is shorter than a pipe holds.
+/// What the program has written is taken out of the pipe after its end: a reply is shorter than a pipe holds.
 bool Empty_Pipe(int iPipe)
 {
     char acChunk[65536];

@@ -79,8 +79,8 @@ static std::string MakeList()
     return strText + "</root>\n";
 }
 
-// A settings file of 1.5 KB, a capability file of 64 KB with attributes, a list of 1 MB with 20,000 children of one
-// root.
+/// A settings file of 1.5 KB, a capability file of 64 KB with attributes, a list of 1 MB with 20,000 children of one
+/// root.
 static std::vector<XmlDocument> MakeXmlDocuments()
 {
     return {{"settings", MakeSettings()}, {"capability", MakeCapabilities()}, {"list", MakeList()}};
@@ -102,7 +102,7 @@ static bool ParseByTinyXml2(const char *pszText, size_t uSize)
     return (new tinyxml2::XMLDocument)->Parse(pszText, uSize) == tinyxml2::XML_SUCCESS;
 }
 
-// It builds no tree.
+/// It builds no tree.
 static bool ParseByExpat(const char *pszText, size_t uSize)
 {
     XML_Parser pParser = XML_ParserCreate(nullptr);
@@ -112,7 +112,7 @@ static bool ParseByExpat(const char *pszText, size_t uSize)
     return XML_Parse(pParser, pszText, static_cast<int>(uSize), XML_TRUE) == XML_STATUS_OK;
 }
 
-// What a parse holds is never given back: a request's process ends soon, too.
+/// What a parse holds is never given back: a request's process ends soon, too.
 struct XmlEngine {
     const char *pszName;
     bool (*pfnParse)(const char *pszText, size_t uSize); // of a NUL-terminated text
@@ -152,7 +152,7 @@ static size_t HeapBytes()
     return tInfo.uordblks + tInfo.hblkhd;
 }
 
-// The child: the document is read past the heap, which stays as the program start left it.
+/// The child: the document is read past the heap, which stays as the program start left it.
 static int ParseOnce(const char *pszPath, const XmlEngine &tEngine)
 {
     const int iFile = open(pszPath, O_RDONLY | O_CLOEXEC);

@@ -65,3 +65,5 @@ ssize_t Ask_Analytics(const char *pszPath, char *pszReply, size_t uSize)
              pszPath);
     return Exchange(tContext.iAnalyticsSocket, szRequest, pszReply, uSize, WAIT_ANALYTICS);
 }
+
+const char *Get_Reason(int iError) { return iError == EAGAIN ? "it is silent" : strerror(iError); }

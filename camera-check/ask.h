@@ -20,3 +20,6 @@ int Ask_Configer(const char *pszKey, char *pszReply, size_t uSize);
 /// number of bytes, at most uSize - 1, which are terminated; -1 with errno set.
 ssize_t Ask_Ptz(char *pszReply, size_t uSize);
 ssize_t Ask_Analytics(const char *pszPath, char *pszReply, size_t uSize);
+
+/// Why a service has not answered, from errno.
+const char *Get_Reason(int iError);

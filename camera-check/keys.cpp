@@ -3,6 +3,7 @@
 #include "place.h"
 #include "report.h"
 
+#include "common/int32.h"
 #include "conflib/snapshot.h"
 #include "mapping/camera_key.h"
 #include "param/param_context.h"
@@ -162,6 +163,13 @@ static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
                eFault == KEY_EMPTY ? "has nothing to go by" : pszWithout);
 }
 
+/// Whether a fault is none of the key's: the use needs no value, or configer does not answer, which has been told.
+static bool Is_Excused(KeyFault eFault, const KeyUse *ptUse, const KeyWalk *ptWalk)
+{
+    return (eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
+           ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers);
+}
+
 /// Looks at one key for all of its uses, from ptFirst up to ptEnd.
 static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEnd, const Place &tPlace)
 {
@@ -179,8 +187,7 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
             snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
         // A write needs no value; to ask for it has cost a wait all the same.
         ptWalk->iUnknown += eFault == KEY_UNKNOWN ? 1 : 0;
-        if ((eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
-            ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers))
+        if (Is_Excused(eFault, ptUse, ptWalk))
             eFault = KEY_FINE;
         if (eFault == KEY_FINE || (ptUse->pszWithout == nullptr && eFault != KEY_UNKNOWN) ||
             (eFault == KEY_EMPTY && eSaid == KEY_EMPTY && strcmp(ptUse->pszName, ptUse[-1].pszName) == 0))
@@ -278,7 +285,14 @@ static bool Has_AnyKey(const char *pszPlaceholder, int32_t iIndex)
 static int32_t Check_Count(KeyWalk *ptWalk, const char *pszKey, const char *pszPlaceholder, const char *pszWhat,
                            int32_t iShape)
 {
-    const int32_t iAnnounced = Read_KeyNumber<8>(pszKey);
+    char szValue[VALUE_SIZE];
+    const KeyFault eFault = Look_Up(pszKey, 8, szValue);
+    const int32_t iAnnounced = eFault == KEY_FINE ? Int32_FromText(szValue) : 0;
+    if (eFault == KEY_FINE && szValue[strspn(szValue, "0123456789")] != '\0') {
+        ++ptWalk->iBad;
+        Report_Bad(pszKey, "\"%s\" is no number of %s; set it to how many there are", szValue, pszWhat);
+        return iShape;
+    }
     int32_t iThere = iShape;
     while (iThere > 1 && !Has_AnyKey(pszPlaceholder, iThere - 1))
         --iThere;

@@ -65,7 +65,7 @@ static const char *Find_Silence(const char *pszKey)
     char szReply[1024];
     if (Ask_Configer(pszKey, szReply, sizeof szReply) == 0)
         return nullptr;
-    return errno != 0 ? strerror(errno) : "its answer is too long";
+    return errno != 0 ? Get_Reason(errno) : "its answer is too long";
 }
 
 int Set_Configer(const char *pszKey, const char *pszValue)

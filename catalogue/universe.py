@@ -1,6 +1,6 @@
 """The universe of script/answers: for every row of the parameter table the states of a camera and the requests that
-show what the program does with it, made from the catalogue. The interesting values stand there; how they are put together
-stands here. Everything is made in a fixed order."""
+show what the program does with it, made from the catalogue. The interesting values stand there; how they are put
+together stands here. Everything is made in a fixed order."""
 import collections
 import functools
 import itertools
@@ -89,7 +89,8 @@ class RowUniverse:
         return book.key_values(self.catalogue, self.keys, self.row, indexes)
 
     def add(self, requests, camera=(), environment=()):
-        self.plays.append(Play(self.row.template, self.model, tuple(dict.fromkeys(camera)), tuple(environment), tuple(requests)))
+        lines = tuple(dict.fromkeys(camera))
+        self.plays.append(Play(self.row.template, self.model, lines, tuple(environment), tuple(requests)))
 
     def place(self, entry, indexes=None):
         return book.fill(entry.get("key", entry.get("element")), self.key_values(indexes) if indexes else self.values)

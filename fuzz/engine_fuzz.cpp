@@ -28,7 +28,7 @@ static int g_iPeer = -1; // the far end of the last connection
 
 static bool Fails(char cFault) { return strchr(g_acFaults.data(), cFault) != nullptr; }
 
-// Copies the next answer, which may hold anything. Returns its whole length, -1 for none.
+/// Copies the next answer, which may hold anything. Returns its whole length, -1 for none.
 static ssize_t Take_Answer(void *pBuffer, size_t uSize)
 {
     const bool bNone = g_tAnswers.uSize == 0;
@@ -99,7 +99,7 @@ FILE *__wrap_fopen(const char *pszPath, const char *pszMode)
     return bPidFile && Fails('4') ? nullptr : __real_fopen(bPidFile ? "/dev/null" : pszPath, pszMode);
 }
 
-// As the C library does it, so that a format from outside does its harm here.
+/// As the C library does it, so that a format from outside does its harm here.
 __attribute__((format(printf, 2, 3))) void syslog(int, const char *pszFormat, ...)
 {
     char szLine[1024];
@@ -114,7 +114,7 @@ static constexpr int32_t REPLY_LIMIT = 4094;
 
 template <size_t N> static bool Ends(const char (&acField)[N]) { return memchr(acField, '\0', N) != nullptr; }
 
-// Runs the states one by one. The sanitizer does not see one field of the context run over into the next.
+/// Runs the states one by one. The sanitizer does not see one field of the context run over into the next.
 static void Run_States(ParamContext *ptContext)
 {
     bool bItem = false;
@@ -135,7 +135,7 @@ static void Run_States(ParamContext *ptContext)
     }
 }
 
-// A whole request with this text as standard input. The reply is the last that is printed.
+/// A whole request with this text as standard input. The reply is the last that is printed.
 static void Run_Request(FuzzText *pacText)
 {
     FILE *ptStdin = stdin, *ptStdout = stdout;

@@ -1,5 +1,5 @@
-// What the fuzz targets share: a property that is broken ends the run, and every text stands in a heap block of exactly
-// its size, so that the sanitizer sees a read or write one byte past its end.
+/// What the fuzz targets share: a property that is broken ends the run, and every text stands in a heap block of
+/// exactly its size, so that the sanitizer sees a read or write one byte past its end.
 #pragma once
 
 #include <stdint.h>
@@ -31,7 +31,7 @@ inline FuzzText Make_Text(const uint8_t *pData, size_t uSize)
 
 constexpr uint8_t SEPARATOR = 0xff;
 
-// What is left of an input.
+/// What is left of an input.
 struct FuzzInput {
     const uint8_t *pData;
     size_t uSize;
@@ -45,7 +45,7 @@ inline uint8_t Take_Byte(FuzzInput *ptInput)
     return *ptInput->pData++;
 }
 
-// Takes the bytes before the next separator, and the separator.
+/// Takes the bytes before the next separator, and the separator.
 inline FuzzText Take_Text(FuzzInput *ptInput, uint8_t bySeparator)
 {
     const uint8_t *pEnd = std::find(ptInput->pData, ptInput->pData + ptInput->uSize, bySeparator);

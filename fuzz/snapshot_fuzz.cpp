@@ -31,7 +31,7 @@ static int Fail(int iBits)
     return (g_iFaults & iBits) != 0 ? -1 : 0;
 }
 
-// In the place of the daemon.
+/// In the place of the daemon.
 int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uReplySize)
 {
     Require(g_iAttached == 0 && g_iBalance == 0, "nothing is held while the daemon is asked");

@@ -18,7 +18,7 @@ static uint32_t CountAttribute(void * /*pUserData*/, const char * /*pszTag*/, in
     return static_cast<uint32_t>(g_iAttributes++);
 }
 
-// Bytes that a string takes of the string area. Only the text of an element without one lies outside.
+/// Bytes that a string takes of the string area. Only the text of an element without one lies outside.
 static size_t SizeInArea(const SXMLParserContext *p, const char *psz, bool bMayBeShared)
 {
     const bool bInside = psz >= p->pszXMLString && psz < p->pszXMLString + p->iXMLStrSize;
@@ -62,7 +62,7 @@ static void CheckTree(SXMLParserContext *p)
     Require(p->iCurDepth == 0, "every element is closed");
 }
 
-// After a failure answers may be missing, but those that come can be read.
+/// After a failure answers may be missing, but those that come can be read.
 static void ReadAnswers(SXMLParserContext *p)
 {
     size_t uLength = 0;

@@ -23,8 +23,8 @@ bool Is_Changeable(const std::string &path)
     return isPlain && (path == CAPABILITY_FILE || path.rfind(SIDE_FOLDER, 0) == 0);
 }
 
-// The camera's own files and no others: who changes a camera over the network is not who started it. Returns an empty
-// text, or what is wrong.
+/// The camera's own files and no others: who changes a camera over the network is not who started it. Returns an empty
+/// text, or what is wrong.
 std::string Check_Paths(const Model &start, const Model &after)
 {
     std::set<std::string> paths = after.readOnly;
@@ -38,7 +38,7 @@ std::string Check_Paths(const Model &start, const Model &after)
     return "";
 }
 
-// Two changes that a client has joined, as curl does with --data and --data, would make one value of both.
+/// Two changes that a client has joined, as curl does with --data and --data, would make one value of both.
 bool Is_Joined(const std::string &line)
 {
     size_t at = line.find('&');
@@ -50,7 +50,7 @@ bool Is_Joined(const std::string &line)
 std::string Check_Change(const Camera &camera, const Model &after)
 {
     const std::string alias = Find_AliasToNowhere(camera.model, after);
-    const std::string error = Check_Paths(camera.start, after);
+    std::string error = Check_Paths(camera.start, after);
     if (!error.empty())
         return error;
     return alias.empty() ? Check_SnapshotSize(after)

@@ -6,7 +6,7 @@ namespace {
 
 const unsigned long MAX_NUMBER = 64UL << 20;
 
-// In the order of the enumeration.
+/// In the order of the enumeration.
 const struct {
     const char *pszWord;
     const char *pszWhat;

@@ -1,11 +1,11 @@
-// What can be made to go wrong with the simulated camera: one fault at a time for each of its services, named in a
-// model line "fault SERVICE FAULT". "simcam --faults" prints what there is and what each does.
+/// What can be made to go wrong with the simulated camera: one fault at a time for each of its services, named in a
+/// model line "fault SERVICE FAULT". "simcam --faults" prints what there is and what each does.
 #pragma once
 
 #include <array>
 #include <string>
 
-// In this order the services that a fault can be had for stand side by side; the way to change the camera has none.
+/// In this order the services that a fault can be had for stand side by side; the way to change the camera has none.
 enum Service {
     SERVICE_CONTROL,
     SERVICE_ANALYTICS,
@@ -26,13 +26,13 @@ struct Fault {
 
 using FaultList = std::array<Fault, SERVICE_COUNT>;
 
-// Enters the fault of "SERVICE FAULT" into the list, in place of an earlier one of the same service. Returns an empty
-// text, or what is wrong and what there is instead.
+/// Enters the fault of "SERVICE FAULT" into the list, in place of an earlier one of the same service. Returns an empty
+/// text, or what is wrong and what there is instead.
 std::string Parse_Fault(const std::string &text, FaultList *pFaults);
 
-// A line "SERVICE<TAB>FAULT<TAB>WHAT IT DOES" for each fault that can be had. A service has one more in front of them
-// that has no fault: what the service is and what shows that it is ill.
+/// A line "SERVICE<TAB>FAULT<TAB>WHAT IT DOES" for each fault that can be had. A service has one more in front of them
+/// that has no fault: what the service is and what shows that it is ill.
 std::string Describe_Faults();
 
-// A line "now<TAB>SERVICE<TAB>FAULT" for each fault that there is.
+/// A line "now<TAB>SERVICE<TAB>FAULT" for each fault that there is.
 std::string List_PresentFaults(const FaultList &faults);

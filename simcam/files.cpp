@@ -22,7 +22,7 @@ const int MAX_COUNT = 100; // of channels, streams or windows: more do not fit a
 
 enum Repeat { ONCE, PER_CHANNEL, PER_STREAM, PER_WINDOW, IF_OFFERED, REPEAT_COUNT };
 
-// An element of an XML file: what is inside follows in deeper rows. A file is a row of depth 0, named by its path.
+/// An element of an XML file: what is inside follows in deeper rows. A file is a row of depth 0, named by its path.
 struct ElementRow {
     int depth;
     Repeat repeat; // PER_x: one element per index, which is put behind the tag; IF_OFFERED: a codec that the camera has
@@ -32,7 +32,7 @@ struct ElementRow {
 
 const char BITRATE_RANGE[] = "string,\"20000~40000000\"";
 
-// The range of stream 0 stands for all streams of its channel.
+/// The range of stream 0 stands for all streams of its channel.
 const ElementRow ELEMENTS[] = {
     {0, ONCE, CAPABILITY_FILE, nullptr},
     {1, ONCE, "root", nullptr},
@@ -86,7 +86,7 @@ const ElementRow ELEMENTS[] = {
     {5, ONCE, "devicenum", "0"},
 };
 
-// What the writing of the files needs to know.
+/// What the writing of the files needs to know.
 struct XmlWriter {
     int counts[REPEAT_COUNT]; // how often an element repeats
     std::string codecs;
@@ -95,7 +95,7 @@ struct XmlWriter {
     std::string text;
 };
 
-// The row behind an element and all that is inside.
+/// The row behind an element and all that is inside.
 const ElementRow *Skip_Element(const ElementRow *pRow)
 {
     const int depth = pRow->depth;
@@ -104,7 +104,7 @@ const ElementRow *Skip_Element(const ElementRow *pRow)
     return pRow;
 }
 
-// The model names a value by its path below root and quorvex, joined by "_".
+/// The model names a value by its path below root and quorvex, joined by "_".
 std::string Get_Value(const ElementRow &row, const std::string &path, XmlWriter *pWriter)
 {
     const auto given = pWriter->given.extract(path);
@@ -114,8 +114,8 @@ std::string Get_Value(const ElementRow &row, const std::string &path, XmlWriter 
     return given.empty() ? row.pszDefault : given.mapped();
 }
 
-// Writes the elements between two rows of one depth, one tag to a line, indented by tabs. It calls itself for what is
-// inside an element, so as deep as the table goes.
+/// Writes the elements between two rows of one depth, one tag to a line, indented by tabs. It calls itself for what is
+/// inside an element, so as deep as the table goes.
 void Write_Elements(const ElementRow *pRow, const ElementRow *pEnd, const std::string &path, XmlWriter *pWriter)
 {
     for (; pRow != pEnd; pRow = Skip_Element(pRow)) {
@@ -138,7 +138,7 @@ void Write_Elements(const ElementRow *pRow, const ElementRow *pEnd, const std::s
     }
 }
 
-// The values of an XML file, whatever its layout. Returns false when its elements do not nest.
+/// The values of an XML file, whatever its layout. Returns false when its elements do not nest.
 bool Read_Values(const std::string &text, SideValues *pValues)
 {
     std::vector<std::string> open = {""}; // the paths of the open elements
@@ -169,7 +169,7 @@ bool Read_Values(const std::string &text, SideValues *pValues)
     return tags.empty();
 }
 
-// No text where there is no such file, or it cannot be read.
+/// No text where there is no such file, or it cannot be read.
 std::optional<std::string> Read_File(const std::string &path)
 {
     std::ifstream file(path);
@@ -178,7 +178,7 @@ std::optional<std::string> Read_File(const std::string &path)
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// The settings files of a folder; those that are not there have no values. Returns an empty text, or what is wrong.
+/// The settings files of a folder; those that are not there have no values. Returns an empty text, or what is wrong.
 std::string Read_SideFiles(const std::string &folder, SideValues *pValues)
 {
     for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
@@ -192,7 +192,7 @@ std::string Read_SideFiles(const std::string &folder, SideValues *pValues)
     return "";
 }
 
-// The counts of the model's shape, and the least that a camera has.
+/// The counts of the model's shape, and the least that a camera has.
 const struct {
     Repeat repeat;
     const char *pszKey;
@@ -219,7 +219,7 @@ std::string Check_Shape(const Model &model)
     return "";
 }
 
-// Whoever reads the file sees the old one or the new one. What could not be written whole leaves nothing behind.
+/// Whoever reads the file sees the old one or the new one. What could not be written whole leaves nothing behind.
 std::string Write_File(const std::string &path, const std::string &text)
 {
     std::error_code ignored; // the open tells

@@ -76,7 +76,7 @@ std::string Prepare_Model(const Options &options, Model *pModel)
     return error;
 }
 
-// From here on SIGTERM and SIGINT are read from the descriptor instead of ending the process.
+/// From here on SIGTERM and SIGINT are read from the descriptor instead of ending the process.
 int Catch_StopSignals()
 {
     sigset_t signals;

@@ -14,7 +14,7 @@ const char ALIAS[] = "aliasxpath";
 const int MAX_INCLUDE_DEPTH = 8;
 const char FINE[] = ""; // what a directive returns that could be carried out
 
-// The index of the key, or the number of keys.
+/// The index of the key, or the number of keys.
 size_t Find_Key(const Model &model, const std::string &name)
 {
     size_t index = 0;
@@ -23,7 +23,7 @@ size_t Find_Key(const Model &model, const std::string &name)
     return index;
 }
 
-// The index of the key that the name leads to through its aliases, or the number of keys.
+/// The index of the key that the name leads to through its aliases, or the number of keys.
 size_t Follow_Aliases(const Model &model, const std::string &name)
 {
     size_t index = Find_Key(model, name);
@@ -61,7 +61,7 @@ void Put_Child(Key *pKey, const char *pszName, const std::string &text)
         pKey->children.emplace_back(pszName, text);
 }
 
-// Where the value of a key is kept: beside the snapshot when the snapshot has an empty one and refers to the socket.
+/// Where the value of a key is kept: beside the snapshot when the snapshot has an empty one and refers to the socket.
 std::string *Find_Value(Key *pKey)
 {
     std::string *pValue = Find_Child(pKey, "value");
@@ -89,7 +89,7 @@ std::string Apply_Alias(Model *pModel, Text name, Text target)
     return FINE;
 }
 
-// Whether the key is the element of that name, or inside it.
+/// Whether the key is the element of that name, or inside it.
 bool Is_Below(const Key &key, const std::string &name) { return (key.name + "_").rfind(name + "_", 0) == 0; }
 
 std::string Apply_No(Model *pModel, Text name)
@@ -110,7 +110,7 @@ std::string Apply_Fail(Model *pModel, Text name)
     return FINE;
 }
 
-// A setting that every camera has.
+/// A setting that every camera has.
 std::string Apply_Setting(Model *pModel, Text name, Text value)
 {
     unsigned long number = 0;
@@ -173,7 +173,7 @@ std::string List_Directives()
     return list;
 }
 
-// Cuts the first word, and the blanks around it, off the front of the text.
+/// Cuts the first word, and the blanks around it, off the front of the text.
 std::string Take_Word(std::string *pText)
 {
     pText->erase(0, pText->find_first_not_of(" \t"));

@@ -1,30 +1,30 @@
-// The simulated camera as model files describe it: its configuration keys and how its other services answer.
-//
-// A model file has one directive per line; blank lines and lines that begin with '#' are skipped. The text behind the
-// first '=' runs to the end of the line and takes the C escapes \r \n \t \\ \xHH. Every NAME and PATH may hold braces:
-// "videoin_c{0,1}_{h264,mjpeg}" stands for all four names. Later lines override earlier ones.
-//
-//   include OTHER.model         the lines of that file (relative to this one)
-//   key NAME=VALUE              the key's value
-//   request NAME=VALUE          a value that is not in the snapshot but answered on the daemon's socket
-//   alias NAME=TARGET           the key is another name of TARGET; a "key" line behind it adds a value it hides
-//   no NAME                     removes the key and every key below it
-//   fail NAME                   a set of this key is answered with 128 bytes, which clients take for a failure
-//   snapshot base=ADDRESS       where the daemon has the segment mapped
-//   snapshot size=BYTES         how large the segment is
-//   ptz reply=TEXT              the answer to camctrl.cgi?getversion
-//   ptz pidfile=yes|no          whether the PTZ daemon's pid file is there
-//   analytics capability=TEXT   the whole HTTP answer to GET /VCA/Capability
-//   analytics functions=TEXT    the same for GET /VCA/Functions
-//   bitrate c0 h264=TEXT        the range text of a channel and codec in the capability definition file
-//   side PATH=VALUE             a value of the settings files, as in image_c0_s0_h264_gop
-//   file PATH=TEXT              the whole content of any file, in place of what would be laid out
-//   nofile PATH                 the file is removed
-//   readonly PATH               the file, once laid out, cannot be written
-//   fault SERVICE FAULT         see faults.h; "simcam --faults" lists them
-//
-// The texts of bitrate, side and file are written as they stand, without XML escaping. The same lines change a camera
-// that runs (control.h).
+/// The simulated camera as model files describe it: its configuration keys and how its other services answer.
+///
+/// A model file has one directive per line; blank lines and lines that begin with '#' are skipped. The text behind the
+/// first '=' runs to the end of the line and takes the C escapes \r \n \t \\ \xHH. Every NAME and PATH may hold braces:
+/// "videoin_c{0,1}_{h264,mjpeg}" stands for all four names. Later lines override earlier ones.
+///
+///   include OTHER.model         the lines of that file (relative to this one)
+///   key NAME=VALUE              the key's value
+///   request NAME=VALUE          a value that is not in the snapshot but answered on the daemon's socket
+///   alias NAME=TARGET           the key is another name of TARGET; a "key" line behind it adds a value it hides
+///   no NAME                     removes the key and every key below it
+///   fail NAME                   a set of this key is answered with 128 bytes, which clients take for a failure
+///   snapshot base=ADDRESS       where the daemon has the segment mapped
+///   snapshot size=BYTES         how large the segment is
+///   ptz reply=TEXT              the answer to camctrl.cgi?getversion
+///   ptz pidfile=yes|no          whether the PTZ daemon's pid file is there
+///   analytics capability=TEXT   the whole HTTP answer to GET /VCA/Capability
+///   analytics functions=TEXT    the same for GET /VCA/Functions
+///   bitrate c0 h264=TEXT        the range text of a channel and codec in the capability definition file
+///   side PATH=VALUE             a value of the settings files, as in image_c0_s0_h264_gop
+///   file PATH=TEXT              the whole content of any file, in place of what would be laid out
+///   nofile PATH                 the file is removed
+///   readonly PATH               the file, once laid out, cannot be written
+///   fault SERVICE FAULT         see faults.h; "simcam --faults" lists them
+///
+/// The texts of bitrate, side and file are written as they stand, without XML escaping. The same lines change a camera
+/// that runs (control.h).
 #pragma once
 
 #include "faults.h"
@@ -61,29 +61,29 @@ struct Model {
     };
 };
 
-// Reads a model file, or one more line whose origin ("--change:1") stands in for "FILE:LINE". Both return an empty
-// text, or "FILE:LINE: what is wrong".
+/// Reads a model file, or one more line whose origin ("--change:1") stands in for "FILE:LINE". Both return an empty
+/// text, or "FILE:LINE: what is wrong".
 std::string Load_Model(const std::string &path, Model *pModel);
 std::string Apply_ModelLine(const std::string &line, const std::string &origin, Model *pModel);
 
-// Whether a key can have this name: printable, without blanks.
+/// Whether a key can have this name: printable, without blanks.
 bool Is_KeyName(const std::string &name);
 
-// Whether the text begins like a line of a model: the word of a directive, and something behind it.
+/// Whether the text begins like a line of a model: the word of a directive, and something behind it.
 bool Is_Directive(const std::string &line);
 
-// "NAME=TARGET" of an alias that one of the two models does not have and that leads to no element of the other one;
-// empty if there is none. A recorded camera may have such an alias.
+/// "NAME=TARGET" of an alias that one of the two models does not have and that leads to no element of the other one;
+/// empty if there is none. A recorded camera may have such an alias.
 std::string Find_AliasToNowhere(const Model &before, const Model &after);
 
-// Whether the service has this fault.
+/// Whether the service has this fault.
 bool Has_Fault(const Model &model, Service service, const char *pszWord);
 
-// A setting that is a number.
+/// A setting that is a number.
 uint32_t Get_Number(const Model &model, const char *pszSetting);
 
-// The value as the socket gives it, aliases followed; empty for a key that does not exist.
+/// The value as the socket gives it, aliases followed; empty for a key that does not exist.
 std::string Get_KeyValue(const Model &model, const std::string &name);
 
-// Stores a value, aliases followed. Returns false, and stores nothing, for a key that the camera does not have.
+/// Stores a value, aliases followed. Returns false, and stores nothing, for a key that the camera does not have.
 bool Set_KeyValue(Model *pModel, const std::string &name, const std::string &value);

@@ -11,10 +11,10 @@ const char SET_LINE[] = "set NameValue 99 0 0\n";
 const char GET_LINE[] = "get Value 99 0\n";
 const char PTZ_VERSION_REQUEST[] = "camctrl.cgi?getversion";
 
-// Clients read the answer to a set into a buffer of this size, and a buffer that it fills counts as a failure.
+/// Clients read the answer to a set into a buffer of this size, and a buffer that it fills counts as a failure.
 const size_t SET_REPLY_CAPACITY = 128;
 
-// A message is "<PRIORITY>Mmm dd hh:mm:ss IDENTITY: TEXT", with the priorities of the facility user from 8 on.
+/// A message is "<PRIORITY>Mmm dd hh:mm:ss IDENTITY: TEXT", with the priorities of the facility user from 8 on.
 const size_t TIMESTAMP_SIZE = 16;
 const char LOG_IDENTITY[] = "Quorvex TELP package - param.cgi: ";
 const unsigned long FIRST_PRIORITY = 8;
@@ -26,7 +26,7 @@ void Write_LogLine(const Camera &camera, const std::string &word, const std::str
     fflush(camera.pLog);
 }
 
-// Cuts the prefix off the front of the text, if it is there.
+/// Cuts the prefix off the front of the text, if it is there.
 bool Take_Prefix(std::string *pText, const char *pszPrefix)
 {
     if (pText->rfind(pszPrefix, 0) != 0)
@@ -35,7 +35,7 @@ bool Take_Prefix(std::string *pText, const char *pszPrefix)
     return true;
 }
 
-// A key that the camera does not have is confirmed like any other, and is not there afterwards either.
+/// A key that the camera does not have is confirmed like any other, and is not there afterwards either.
 std::string Answer_Set(const std::string &name, const std::string &value, Camera *pCamera)
 {
     if (pCamera->model.settings.count("fail " + name) > 0)

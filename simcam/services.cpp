@@ -20,7 +20,7 @@ const size_t MAX_REQUEST = 65536; // what is longer is cut and answered all the 
 const long long SPLIT_PAUSE = 20; // milliseconds between the pieces of a split answer
 const int MAX_DRAIN_ROUNDS = 1000;
 
-// The socket services, in the order of the enumeration. The analytics service has a port instead of a path.
+/// The socket services, in the order of the enumeration. The analytics service has a port instead of a path.
 const struct {
     int type;
     const char *pszPath;
@@ -134,7 +134,7 @@ void Accept_Connections(Service service, Server *pServer)
     }
 }
 
-// What the service's fault makes of the true answer.
+/// What the service's fault makes of the true answer.
 std::string Spoil_Answer(const Fault &fault, const std::string &answer)
 {
     if (fault.word == "close")
@@ -149,7 +149,7 @@ std::string Spoil_Answer(const Fault &fault, const std::string &answer)
     return fault.word == "garbage" ? garbage : answer;
 }
 
-// Starts the services again whose fault is another one than before. Returns false when one of them does not listen.
+/// Starts the services again whose fault is another one than before. Returns false when one of them does not listen.
 bool Restart_Services(const FaultList &before, Server *pServer)
 {
     bool isOpen = true;
@@ -182,7 +182,7 @@ void Handle_Request(Connection *pConnection, Server *pServer)
         pConnection->due = Get_Milliseconds() + static_cast<long long>(fault.number);
 }
 
-// HTTP requests have an end of their own, a change ends with the stream, the others come in one piece.
+/// HTTP requests have an end of their own, a change ends with the stream, the others come in one piece.
 bool Is_Complete(const Connection &connection)
 {
     const std::string &request = connection.request;
@@ -192,7 +192,7 @@ bool Is_Complete(const Connection &connection)
            (connection.service == SERVICE_ANALYTICS ? request.find("\r\n\r\n") != std::string::npos : !request.empty());
 }
 
-// Bytes behind a complete request, which only a service that hangs still reads, are dropped.
+/// Bytes behind a complete request, which only a service that hangs still reads, are dropped.
 void Receive_Bytes(Connection *pConnection, Server *pServer)
 {
     const bool wasComplete = Is_Complete(*pConnection);
@@ -209,7 +209,7 @@ void Receive_Bytes(Connection *pConnection, Server *pServer)
     pConnection->isClosed = isEnded && !pConnection->isAnswered;
 }
 
-// Sends the next piece of the answer, all of it without a fault, and closes behind the last one.
+/// Sends the next piece of the answer, all of it without a fault, and closes behind the last one.
 void Send_Answer(Connection *pConnection, const Fault &fault)
 {
     std::string *pAnswer = &pConnection->answer;
@@ -233,7 +233,7 @@ void Serve_Connection(Connection *pConnection, Server *pServer)
         Receive_Bytes(pConnection, pServer);
 }
 
-// Lists what to wait for, the listeners first, and shortens the time to wait to when the next answer is due.
+/// Lists what to wait for, the listeners first, and shortens the time to wait to when the next answer is due.
 std::vector<struct pollfd> List_Descriptors(const Server &server, int stopDescriptor, int *pTimeout)
 {
     std::vector<struct pollfd> descriptors = {{stopDescriptor, POLLIN, 0}};
@@ -252,8 +252,8 @@ std::vector<struct pollfd> List_Descriptors(const Server &server, int stopDescri
     return descriptors;
 }
 
-// Waits at most timeout milliseconds (-1: without limit) and serves what is ready. Returns whether anything was, and
-// the stop descriptor was not.
+/// Waits at most timeout milliseconds (-1: without limit) and serves what is ready. Returns whether anything was, and
+/// the stop descriptor was not.
 bool Serve_Round(int stopDescriptor, int timeout, Server *pServer)
 {
     std::vector<struct pollfd> descriptors = List_Descriptors(*pServer, stopDescriptor, &timeout);
@@ -275,7 +275,7 @@ bool Serve_Round(int stopDescriptor, int timeout, Server *pServer)
     return descriptors[0].revents == 0 && (ready > 0 || stopDescriptor >= 0);
 }
 
-// Takes in what has been sent before the end, also by a client that did not wait for its answer.
+/// Takes in what has been sent before the end, also by a client that did not wait for its answer.
 void Drain_Services(Server *pServer)
 {
     for (int round = 0; round < MAX_DRAIN_ROUNDS && Serve_Round(-1, 0, pServer); ++round)

@@ -24,7 +24,7 @@ bool Report_Error(const char *pszWhat)
     return false;
 }
 
-// ftok wants the program file to exist.
+/// ftok wants the program file to exist.
 key_t Get_IpcKey()
 {
     const int file = open(DAEMON_PROGRAM, O_CREAT | O_RDONLY | O_CLOEXEC, 0755);
@@ -66,7 +66,7 @@ bool Create_Segment(const Model &model, key_t key, Snapshot *pSnapshot)
     return true;
 }
 
-// Takes all access rights away again where the faults say so; what is attached already stays usable.
+/// Takes all access rights away again where the faults say so; what is attached already stays usable.
 bool Deny_Access(const Model &model, const Snapshot &snapshot)
 {
     struct semid_ds semaphore = {};

@@ -29,7 +29,7 @@ struct Node {
 
 using Tree = std::vector<Node>; // the root is node 0
 
-// The words that a fault fills with addresses that no element can have.
+/// The words that a fault fills with addresses that no element can have.
 constexpr std::pair<const char *, RecordWord> WILD_WORDS[] = {
     {"wild", WORD_FIRST_ATTRIBUTE}, {"wild", WORD_FIRST_CHILD}, {"wild", WORD_NEXT_SIBLING},
     {"wild", WORD_PARENT},          {"wild-names", WORD_NAME},  {"wild-next", WORD_NEXT_SIBLING},
@@ -85,7 +85,7 @@ void Link_Nodes(const Model &model, Tree *pTree)
     }
 }
 
-// Appends the nodes' names or texts to the strings behind the records and enters their addresses.
+/// Appends the nodes' names or texts to the strings behind the records and enters their addresses.
 void Place_Strings(const Model &model, RecordWord word, bool isTerminated, Tree *pTree, std::string *pStrings)
 {
     const uint32_t start = Get_Address(model, pTree->size());

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The letter behind the backslash and the byte that it stands for.
+/// The letter behind the backslash and the byte that it stands for.
 constexpr std::pair<char, char> ESCAPES[] = {{'r', '\r'}, {'n', '\n'}, {'t', '\t'}, {'\\', '\\'}};
 
 const size_t MAX_NAMES = 1U << 14;      // that one line may stand for

@@ -2,6 +2,7 @@
 import os
 import pathlib
 import re
+import resource
 import shlex
 import signal
 import socket
@@ -26,6 +27,7 @@ class Device:
             port = str(probe.getsockname()[1])
         self.url = f"http://127.0.0.1:{port}/cgi-bin/param.cgi"
         self.text, self.status = b"", None
+        resource.setrlimit(resource.RLIMIT_FSIZE, [resource.RLIM_INFINITY] * 2)  # packages are large
         with open(log, "w") as messages:
             self.process = subprocess.Popen([TREE / "script/device", "--console", *options, port], bufsize=0,
                                             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=messages,

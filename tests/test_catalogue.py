@@ -2,7 +2,6 @@
 the real program on the simulated cameras: what it reads and writes, refuses and lacks, and what it does beyond its
 indexes."""
 import contextlib
-import functools
 import json
 import pathlib
 import re
@@ -14,19 +13,17 @@ import jsonschema
 import pytest
 
 from camera import CAMERA_WELL, Camera, start_request
-from conftest import expand
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(TREE / "catalogue"))
 import catalogue as book  # noqa: E402
+from universe import MODELS, RICH, RowUniverse, model_keys  # noqa: E402
 
 BOOK = book.load()
 ROWS = list(book.expand(BOOK))
 TABLE = {row.template: row for row in book.table_rows()}
 FIRST = {row.template: dict.fromkeys(book.index_names(row.record), 1) for row in ROWS}
 NAMES = {row.template: book.full_name(row, FIRST[row.template]) for row in ROWS}
-MODELS = ("dome", "ptz", "encoder")
-RICH = "ptz"  # the model that has a stream of each codec
 REFUSED, FAILED, LOCKED = "An illegal setting parameter", "Internal error", "Parameter is readOnly"
 KEY = r"(?:audioin|capability|do|image|motion|network|system|tampering|videoin)_[a-z0-9_%]+"
 
@@ -64,26 +61,12 @@ class Device:
 def start(request):
     @contextlib.contextmanager
     def run(model, *changes):
-        device = Device(request.config.option, model, changes)
+        device = Device(request.config.option, model, dict.fromkeys(changes))
         try:
             yield device
         finally:
             assert device.camera.stop() == CAMERA_WELL
     return run
-
-
-@functools.cache
-def model_keys(model):
-    """The keys of a model file and their values."""
-    keys = {}
-    for line in (TREE / f"simcam/models/{model}.model").read_text().splitlines():
-        word, _, text = line.partition(" ")
-        name, _, value = text.partition("=")
-        if word == "include":
-            keys |= model_keys(text.removesuffix(".model"))
-        elif word in ("key", "request", "alias"):
-            keys |= dict.fromkeys(expand(name), value)
-    return keys
 
 
 def good_value(device, row, indexes):
@@ -130,8 +113,8 @@ def test_documents():
 
 
 def test_keys():
-    """Every key of the sources is declared, and every declared one is there. A "%s" of a format that is neither codec nor
-    mode is a word that a source names."""
+    """Every key of the sources is declared, and every declared one is there. A "%s" of a format that is neither codec
+    nor mode is a word that a source names."""
     text = "".join(path.read_text() for folder in ("mapping", "param", "sidestore")
                    for path in sorted((TREE / "src" / folder).glob("*.cpp")))
     formats, words = set(re.findall(rf'"({KEY})"', text)), {"%s", *re.findall(r'"([a-z]+)"', text)}
@@ -139,8 +122,8 @@ def test_keys():
                for entry in record.get(part, [])] + BOOK["shared"]
     declared = {re.sub(r"\{\w+\}", "%d", re.sub(r"\{(?:codec|mode)\}", "%s", entry["key"]))
                 for entry in entries if "key" in entry}
-    pairs = {(key, form) for key in declared for form in formats
-             for found in [re.fullmatch(form.replace("%s", "([a-z]+?|%s)"), key)] if found and {*found.groups()} <= words}
+    found = {(key, form): re.fullmatch(form.replace("%s", "([a-z]+?|%s)"), key) for key in declared for form in formats}
+    pairs = [pair for pair, match in found.items() if match and {*match.groups()} <= words]
     assert declared == {key for key, _ in pairs}, "declared, but in no source"
     assert formats == {form for _, form in pairs}, "in the sources, but in no record"
     items = set(re.findall(r'(?:StreamKey|StreamValue|Write_Percent)\([^;]*?"([a-z]+)"', text))
@@ -196,16 +179,9 @@ def test_read_only(start):
         assert device.sets() == []
 
 
-def changes(entry, values, text):
+def changes(row, entry, text, indexes=None):
     """The lines of the model with which a key or an element holds a text, or is not there (None)."""
-    place = book.fill(entry.get("key", entry.get("element")), values)
-    if "key" in entry:
-        return [f"no {place}"] * (place in model_keys(RICH)) + ([f"key {place}={text}"] if text is not None else [])
-    if text is None:
-        return [f"nofile {BOOK['files'][entry['file']]}"]
-    if entry["file"] == "ranges":
-        return ["bitrate {0} {2}={text}".format(*place.split("/"), text=text)]
-    return [f"side {place.replace('/', '_')}={text}"]
+    return RowUniverse(BOOK, row, RICH).hold(entry, text, indexes)
 
 
 def sample(entry):
@@ -220,10 +196,10 @@ def test_sources(start, row, entry):
     values = book.key_values(BOOK, model_keys(RICH), row, FIRST[row.template])
     alike = [other for other in record["reads"] if other.get("for", "answer") == purpose]
     place = alike.index(entry)
-    base = [line for other in alike[:place] if other["missing"] == "next" for line in changes(other, values, None)]
+    base = [line for other in alike[:place] if other["missing"] == "next" for line in changes(row, other, None)]
     base += [f"key {book.fill(key, values)}={text}" for key, text in entry.get("with", {}).items()]
     following = alike[place + 1] if missing == "next" else {}
-    instead = changes(following, values, sample(following)[0]) if following else []
+    instead = changes(row, following, sample(following)[0]) if following else []
 
     def write_without(device):
         value = good_value(device, row, FIRST[row.template])
@@ -240,16 +216,16 @@ def test_sources(start, row, entry):
             assert device.read(name) == (missing["answer"] if isinstance(missing, dict) else known[missing])
 
     is_cut = "key" in entry and not isinstance(missing, dict)
-    for lacking in [changes(entry, values, None)] + [changes(entry, values, "1".rjust(entry.get("size", 512), "0"))] * is_cut:
+    for lacking in [changes(row, entry, None)] + [changes(row, entry, "1".rjust(entry.get("size", 512), "0"))] * is_cut:
         with start(RICH, *base, *lacking, *instead) as device:
             (write_without if purpose == "write" else read_without)(device)
     if purpose == "answer":
-        with start(RICH, *base, *changes(entry, values, sample(entry)[0])) as device:
+        with start(RICH, *base, *changes(row, entry, sample(entry)[0])) as device:
             answer = device.read(name)
             assert answer == sample(entry)[1] if "part" not in entry else entry["part"] in answer.split(",")
     if "size" in entry and missing in ("error", "part") and purpose != "write":
         longest = entry.get("holds", "1").ljust(entry["size"] - 1, ",")
-        with start(RICH, *base, *changes(entry, values, longest)) as device:
+        with start(RICH, *base, *changes(row, entry, longest)) as device:
             assert device.read(name) != FAILED
 
 
@@ -272,7 +248,7 @@ def test_outside(start, row):
                 assert device.write(name, value) == known.get(write, (value, book.sets_of(record, keys, values, value)))
         if read in ("stream 0", "same number"):
             place = next(entry for entry in record["reads"] if entry.get("for", "answer") == "answer")
-            with start(RICH, *changes(place, values, sample(place)[0])) as device:
+            with start(RICH, *changes(row, place, sample(place)[0], indexes)) as device:
                 assert device.read(name) == sample(place)[1]
 
 
@@ -287,11 +263,3 @@ def test_items_of_a_read(start):
                 ([short] * 18, "", 18), ([short] * 19, "", 20), ([short] * 17, "x", 17), ([short] * 18, "x", 19),
                 ([zero] * safe, "", safe), ([zero] * (safe + 1), "", safe)):
             assert len(device.ask("GET", front + "&".join("req=" + name for name in names))) == wanted, (names, front)
-
-
-def test_a_name_that_begins_another(start):
-    place = "VideoInput.1.h264.1.BitRateMode"
-    lines = [f"{place}Priority=fps", f"{place}=cbr"]
-    with start("dome") as device:
-        assert device.ask("POST", "\r\n".join([*lines, ""])) == [lines[0], f"#error.{place}=501:{REFUSED}"]
-        assert device.ask("POST", "\r\n".join([*lines[::-1], ""])) == lines[::-1]

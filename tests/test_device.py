@@ -39,10 +39,14 @@ def test_a_healthy_camera(device):
     assert device.run("ps | grep -c 'www .*[l]ighttpd'")[0] == "1\n"
     for model in "ptz", "encoder", "dome":
         device.start_camera(model)
-        check = device.run(device.as_user("SERVER_ADDR=127.0.0.1 camera-check"))
-        assert check[1] == "0" and check[0].count("\ngood ") >= 15 and "bad " not in check[0], check
+        for _ in range(3):  # on a busy machine an answer may take longer than the tool waits
+            check, status = device.run(device.as_user("SERVER_ADDR=127.0.0.1 camera-check"))
+            if status == "0":
+                break
+        assert [line for line in check.splitlines() if not line.startswith("good ")] == [], model
+        assert check.count("\n") > 15
     done = subprocess.run([TREE / "script/conform", device.url, "--write"], capture_output=True, text=True)
-    assert done.returncode == 0 and " values were written back" in done.stdout, done.stdout + done.stderr
+    assert done.returncode == 0 and "written back: " in done.stdout, done.stdout + done.stderr
     with urllib.request.urlopen(f"{device.url}?req=Network.1.CurrentIpAddress", timeout=TIME_LIMIT) as reply:
         assert reply.read() == b"Network.1.CurrentIpAddress=10.0.2.15\r\n"
 
@@ -71,6 +75,16 @@ def test_writers_that_are_killed(device):
     assert device.run("sort /tmp/ends | uniq -c | tr -s ' '")[0] == f" {3 * KILLS} </root>\n"
     reply, waited = device.ask(BRIGHTNESS + "=62")
     assert f"{BRIGHTNESS}=62" in reply and waited < 6 and left_over(device)[0] == before
+
+
+def test_a_server_that_does_not_tell_its_address(device):
+    """Has the documented script in front of the program."""
+    script = re.search("```sh\n(#!/bin/sh\n.*?)```", (TREE / "docs/firmware.md").read_text(), re.DOTALL)[1]
+    device.run("mkdir -p /tmp/www/cgi-bin")
+    device.put("/tmp/www/cgi-bin/param.cgi", script.replace("/usr/libexec/param.cgi", PROGRAM))
+    said = device.run("chmod +x /tmp/www/cgi-bin/param.cgi; httpd -f -p 8080 -h /tmp/www & sleep 1; wget -qO - "
+                      "'http://127.0.0.1:8080/cgi-bin/param.cgi?req=Network.1.CurrentIpAddress'; kill $!")[0]
+    assert said == "Network.1.CurrentIpAddress=10.0.2.15\r\n"
 
 
 def test_many_clients(device):

@@ -1,5 +1,5 @@
-"""The page in a real browser, in front of the real program behind the real web server: stories of somebody at a keyboard
-and a mouse. The one of the motion window leaves the README's picture at --picture."""
+"""The page in a real browser, in front of the real program behind the real web server: stories of somebody at a
+keyboard and a mouse. The one of the motion window leaves the README's picture at --picture."""
 import json
 import pathlib
 import re
@@ -21,7 +21,7 @@ class Page:
     """The browser. What is looked for may not be there yet, or be made anew, so everything is waited for."""
 
     def __init__(self, option):
-        resource.setrlimit(resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))  # its files are large
+        resource.setrlimit(resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY,) * 2)  # its files are large
         options = webdriver.ChromeOptions()
         for word in ("headless=new", "no-sandbox", "disable-gpu", "no-first-run"):
             options.add_argument("--" + word)
@@ -38,7 +38,7 @@ class Page:
         self.wait("#summary", "read")
 
     def shown(self):
-        return self.driver.execute_script("return [...document.querySelectorAll('[data-name]')].map((e) => e.dataset.name)")
+        return [row.get_attribute("data-name") for row in self.driver.find_elements("css selector", ".row")]
 
     def in_place_of_the_server(self, script):
         """From the next page on, until what is returned is called."""
@@ -46,7 +46,8 @@ class Page:
         return lambda: self.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", made)
 
     def change(self, lines):
-        self.driver.execute_async_script("fetch('/camera', {method: 'POST', body: arguments[0]}).then(arguments[1])", lines)
+        self.driver.execute_async_script("""
+            fetch("/camera", {method: "POST", body: arguments[0]}).then(arguments[1])""", lines)
 
     def resize(self, width, height):
         self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
@@ -107,9 +108,10 @@ def test_find_read_and_change(page):
     page.wait(".message", "Written.", BRIGHTNESS)
     page.wait("#log-lines", "set image_c0_brightnesspercent=61")
     page.enter(BRIGHTNESS, "101" + Keys.ENTER)
-    page.wait(".message", "An illegal setting parameter\nThe value is refused; the camera was told nothing. It takes: 0 to 100.", BRIGHTNESS)
+    page.wait(".message", "An illegal setting parameter\n"
+              "The value is refused; the camera was told nothing. It takes: 0 to 100.", BRIGHTNESS)
     page.find("#exchange-choice").send_keys(Keys.DOWN)  # from the read back to the write
-    page.wait("#exchange-curl", f"printf '%s\\r\\n' '{BRIGHTNESS}=101' | curl --data-binary @- 'http://127.0.0.1:8080/cgi-bin/")
+    page.wait("#exchange-curl", f"printf '%s\\r\\n' '{BRIGHTNESS}=101' | curl --data-binary @- 'http://127.0.0.1:8080/")
     page.show(STREAM + ".Bitrate")
     page.wait_value(STREAM + ".Bitrate", "8000")
     page.wait("#exchange-curl", "=101'")  # what was chosen stays
@@ -137,8 +139,8 @@ def test_a_dead_daemon_and_a_lost_camera_come_back(page):
     page.find("[data-service=configer] button:nth-child(2)").click()
     page.wait("#log-lines", "change fault configer absent")
     page.enter(NAME, "Lobby")
-    page.wait(".message", "Internal error\nThe camera lacks the key or the index, or its daemon did not take the write.\n"
-              "The program printed something in front of its header", NAME)
+    page.wait(".message", "Internal error\nThe camera lacks the key or the index, or its daemon did not take the write."
+              "\nThe program printed something in front of its header", NAME)
     page.find("#reset").click()
     page.find("[data-service=configer] button[aria-pressed=true]:first-child")
     page.driver.set_network_conditions(offline=True, latency=0, throughput=0)
@@ -161,14 +163,20 @@ def test_a_motion_window_by_mouse_and_by_keyboard(page):
     page.wait_value(POSITION, "1", "label:nth-child(3) input")
     canvas = page.find("canvas", POSITION)
     wide, high = canvas.size["width"], canvas.size["height"]
-    ActionChains(page.driver, 0).move_to_element_with_offset(canvas, 2 - wide // 2, 2 - high // 2).click_and_hold().move_by_offset(
-        wide // 4, high // 2).release().perform()  # from near the upper left corner
+
+    def sides():
+        fields = page.driver.find_elements("css selector", f"[data-name='{POSITION}'] input")
+        return [round(float(field.get_attribute("value")) * 20) / 20 for field in fields]
+    # A corner to draw, a place to draw a new one from, the middle of that one; from the middle of the image each.
+    for x, y, way, drawn in ((2 - wide // 2, 2 - high // 2, (46, 52), [0.25, 0.5, 1, 1]),
+                             (-62, -22, (61, 30), [0.15, 0.3, 0.5, 0.55]), (-32, -8, (18, 13), [0.25, 0.4, 0.6, 0.7])):
+        ActionChains(page.driver, 0).move_to_element_with_offset(canvas, x, y).click_and_hold().move_by_offset(*way) \
+            .release().perform()
+        assert sides() == drawn
     canvas.send_keys(Keys.SHIFT, *[Keys.ARROW_LEFT] * 4, Keys.NULL, Keys.ARROW_DOWN, Keys.ARROW_LEFT)
     page.find("button[type=submit]", POSITION).click()
     page.wait(".message", "Written.", POSITION)
-    fields = page.driver.find_elements("css selector", f"[data-name='{POSITION}'] input")
-    left, top, right, bottom = [float(field.get_attribute("value")) for field in fields]
-    assert 0.23 < left < 0.27 and 0.49 < top < 0.55 and (right, bottom) == (0.95, 1)
+    assert sides() == [0.25, 0.4, 0.55, 0.7]
     page.wait("#log-lines", "set motion_c0_win_i0_polygonstd=")
     page.find("#search").send_keys(Keys.BACKSPACE * len("ROI.1.Position"))
     page.driver.save_screenshot(page.option.picture)
@@ -184,10 +192,12 @@ def test_what_a_camera_says_is_text_and_fits_a_phone(page):
     page.wait_value("VideoInput.4.Brightness", "50")
     page.resize(360, 740)
     assert page.driver.execute_script("""return document.title + document.images.length +
-        [...document.querySelectorAll("html, body, main, #rows, #tree, aside")].filter((e) => e.scrollWidth > e.clientWidth)
+        [...document.querySelectorAll("html, body, main, #rows, #tree, aside")]
+            .filter((e) => e.scrollWidth > e.clientWidth)
     """) == name + " – KORALUX KE-404 – 127.0.0.1:80800"
     names = {node["name"]["value"] for node in page.driver.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
-             if not node["ignored"] and node["role"]["value"] in ("button", "treeitem", "status") and "value" in node["name"]}
+             if not node["ignored"] and node["role"]["value"] in ("button", "treeitem", "status")
+             and "value" in node["name"]}
     assert len(names) > 20 and not [name for name in names if re.search("[▸▾●✓–↻✕]", name)]
 
 
@@ -196,12 +206,14 @@ def test_the_server_forbids_scripts_in_markup_and_in_replies(page):
     assert page.driver.execute_async_script("""
         document.addEventListener("securitypolicyviolation", (event) => arguments[0](event.effectiveDirective));
         document.body.insertAdjacentHTML("beforeend", "<b onclick='location = 1'></b>");""") == "script-src-attr"
-    assert page.driver.execute_async_script("""
-        fetch("/cgi-bin/param.cgi").then((reply) => arguments[0](reply.headers.get("X-Content-Type-Options")));""") == "nosniff"
+    assert page.driver.execute_async_script("""fetch("/cgi-bin/param.cgi").then((reply) =>
+        arguments[0](reply.headers.get("X-Content-Type-Options")));""") == "nosniff"
 
 
-WRITE = """document.body.innerHTML = "<form method=post enctype=text/plain><input name=General.UnitName value=owned></form>";
+WRITE = """document.body.innerHTML =
+        "<form method=post enctype=text/plain><input name=General.UnitName value=owned></form>";
     document.forms[0].action = "http://127.0.0.1:8080/cgi-bin/param.cgi"; document.forms[0].submit();"""
+CHANGE = WRITE.replace("General.UnitName", "'key system_hostname'").replace("cgi-bin/param.cgi", "camera")
 READ = f"location = 'http://127.0.0.1:8080/cgi-bin/param.cgi?req={AUDIO}';"
 
 
@@ -219,7 +231,8 @@ def test_only_its_own_page_writes_to_the_camera(page):
     page.wait(".message", "Written.", NAME)
     page.driver.execute_cdp_cmd("Page.setBypassCSP", {"enabled": True})  # another site has a policy of its own
     for site in "http://localhost:8080/", "data:text/html,null":
-        for attack, answer in (WRITE, "The request comes from another site"), (READ, "403"):
+        for attack, answer in ((WRITE, "The request comes from another site"), (READ, "403"),
+                               (CHANGE, "the request comes from another site")):
             page.driver.get(site)
             page.driver.execute_script(attack)
             page.wait("body", answer)
@@ -228,10 +241,10 @@ def test_only_its_own_page_writes_to_the_camera(page):
 
 # What stands behind the "#", and the parameters that are then shown.
 LINKS = (
-    ("#" + BRIGHTNESS, [BRIGHTNESS]), (f"#{NAME},VideoInput.1.Saturation", [NAME, "VideoInput.1.Saturation"]), ("#%", []),
+    ("#" + BRIGHTNESS, [BRIGHTNESS]), (f"#{NAME},VideoInput.1.Contrast", [NAME, "VideoInput.1.Contrast"]), ("#%", []),
     ("#VideoInput.1.Motion.ROI.2", [POSITION.replace(".1.P", ".2.").rsplit(".", 1)[0] + "." + word for word in (
         "Enabled", "Position", "MotionOnThreshold", "MotionOffThreshold", "Sensitivity")]),
-    ("#?c0_brightnessp", [BRIGHTNESS]), ("#?req=General.UnitName&req=VideoInput.1.Contrast", [NAME, "VideoInput.1.Contrast"]),
+    ("#?c0_brightnessp", [BRIGHTNESS]), (f"#?req={NAME}&req=VideoInput.1.Contrast", [NAME, "VideoInput.1.Contrast"]),
     ("#?%22VideoInput.1.Brightness=60%22", [BRIGHTNESS]), ("#?kd-120", ["General.Brand.ModelName"]))
 
 
@@ -257,7 +270,8 @@ UNSENT = (
     (BRIGHTNESS, "", "Not sent.\nIt is empty; a number"), (BRIGHTNESS, "5x", "Not sent.\n“5x” is no whole number."),
     (BRIGHTNESS, "101", "Not sent yet.\nIt takes 0 to 100."), (POSITION, "0,5", "Not sent.\nFour numbers are wanted"),
     (POSITION, "1.5", "Not sent.\nIt leaves the image"), (NAME, "a%0db", "Not sent.\nA line end"),
-    (NAME, "x" * 384, "Not sent.\nIt has 384 characters; at most 383"), (NAME, "x" * 109, "Not sent yet.\nOf more than 108"),
+    (NAME, "x" * 384, "Not sent.\nIt has 384 characters; at most 383"),
+    (NAME, "x" * 109, "Not sent yet.\nOf more than 108"),
     (NAME, "Cafe", "Not sent yet.\nWhat the camera has are bytes that are no UTF-8"),
     ("General.DateTime.CurrentUTCDateTime", "today", "Not sent.\n“today” is no date"),
     ("Network.1.StaticSubnetMask", "255.255.0", "Not sent yet.\n“255.255.0” is not an address"))
@@ -285,7 +299,7 @@ def test_what_is_not_sent_and_what_was_sent_all_the_same(page):
     page.find(".message", NAME, lambda message: message.text == "")
     page.wait(".kept", "The camera has 70.", BRIGHTNESS)
     page.show("AudioInput.Alarm.Enabled")  # a read is not told of writes
-    page.wait(".message", "index, or a daemon that knows it does not answer. Here it means:", "AudioInput.Alarm.Enabled")
+    page.wait(".message", "index, or a daemon that knows it does not answer. Here it", "AudioInput.Alarm.Enabled")
 
 
 def test_a_camera_that_hangs_and_another_one_at_its_address(page):
@@ -299,7 +313,7 @@ def test_a_camera_that_hangs_and_another_one_at_its_address(page):
     page.wait("#summary", "not read")
     assert page.camera.stop() == CAMERA_WELL
     page.camera = Camera(page.option.simcam, f"{page.option.models}/encoder.model", ["fault ptz late:2000"])
-    page.find("[data-service=ptz] button[aria-pressed=true]:last-child[title='the true answer after 2000 milliseconds']")
+    page.find("[data-service=ptz] [aria-pressed=true]:last-child[title='the true answer after 2000 milliseconds']")
     page.wait("#camera-name", "KE-404")
     page.show("VideoInput.4.Brightness")
     page.wait_value("VideoInput.4.Brightness", "50")
@@ -324,7 +338,7 @@ def test_compare_export_and_a_request_of_ones_own(page):
     page.find("#raw-text").send_keys(f"{BRIGHTNESS}=51\n{NAME}=Hall\nNo.Name")
     page.find("#raw button").click()
     page.wait("#raw-reply", f"{BRIGHTNESS}=51\n{NAME}=Hall")
-    page.wait("#compare-text", "2 of what is shown differ.")
+    page.wait("#compare-text", "2 values differ.")
     page.wait(".was", "was 50", BRIGHTNESS)
     page.find("#clear").click()
     page.find("#compare-file").send_keys("/tmp/page/Camera.json")
@@ -335,7 +349,8 @@ def test_compare_export_and_a_request_of_ones_own(page):
 # In place of a server that wants a login, at one address or the other, and a part of what is said about it.
 PAGE = 'new Response("<!doctype html><title>Sign in</title>")'
 LOGINS = (
-    (".cgi", PAGE, "The web server sent a page “Sign in” instead, as for a login."), (".json", PAGE, "cannot start: parameters.json: The web"),
+    (".cgi", PAGE, "The web server sent a page “Sign in” instead, as for a login."),
+    (".json", PAGE, "cannot start: parameters.json: The web server sent"),
     (".cgi", '{type: "opaqueredirect"}', "The web server leads elsewhere, as to a login page."),
     (".cgi", 'new Response("", {status: 401})', "The web server answered 401: it wants a login."))
 
@@ -353,13 +368,15 @@ def test_a_login_in_place_of_an_answer(page):
 # In place of a server that cuts its answers, and that has neither log nor control.
 HALF = r"""const text = "connect failed!\r\nGeneral.UnitName=<b>half</b>\r\nGeneral.FirmwareVersion=KL", load = fetch;
 fetch = async (url) => url.includes("/camera") ? new Response("", {status: 404}) : !url.includes(".cgi") ? load(url) :
-    new Response(url.includes("UnitName") ? text : new ReadableStream({pull: (stream) => stream.error(new TypeError())}));"""
+    new Response(url.includes("UnitName") ? text
+                 : new ReadableStream({pull: (stream) => stream.error(new TypeError())}));"""
 
 
 def test_half_answers_are_told_and_whole_lines_kept(page):
     end = page.in_place_of_the_server(HALF)
     page.open()
-    page.wait(".message", "The reply leaves this parameter out.\nThe reply also says: connect failed!", "General.FirmwareVersion")
+    page.wait(".message", "The reply leaves this parameter out.\nThe reply also says: connect failed!",
+              "General.FirmwareVersion")
     page.wait(".message", "The answer broke off.", "General.DateTime.Mode")
     page.wait_value(NAME, "<b>half</b>")
     assert not page.find("#log").is_displayed() and not page.find("#simulator").is_displayed()

@@ -47,16 +47,17 @@ export function offerComparison({camera, reference, parameters, shown, show}) {
     find("compare-stop").addEventListener("click", () => reference.set("", new Map()));
     const update = () => {
         find("compare").hidden = !reference.title;
+        find("rows").classList.toggle("only-differences", Boolean(reference.title) && find("compare-only").checked);
+        if (!reference.title) return;
         const names = [...reference.values.keys()];
         const differing = shown().filter((name) => reference.difference(name, camera.readings.get(name)));
         const absent = names.filter((name) => !parameters().has(name));
         const unseen = names.length - absent.length - shown().filter((name) => reference.values.has(name)).length;
         say(find("compare-text"), [
-            `Compared with ${reference.title}: ${differing.length || "none"} of what is shown `,
-            differing.length === 1 ? "differs." : "differ.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
+            `Compared with ${reference.title}: ${differing.length ? counted(differing.length, "value") : "no value"} `,
+            differing.length > 1 ? "differ." : "differs.", unseen > 0 ? ` ${unseen} more are not shown.` : "",
             absent.length ? ` This camera lacks ${counted(absent.length, "parameter")} of it.` : ""
         ].join(""));
-        find("rows").classList.toggle("only-differences", Boolean(reference.title) && find("compare-only").checked);
     };
     find("compare-only").addEventListener("change", update);
     return update;

@@ -18,7 +18,7 @@ export class Camera extends EventTarget {
         this.get = (name) => this.readings.get(name)?.value; // undefined: not read, or refused
     }
 
-    // Reads the names; those that are being read already are waited for.
+    // Reads the names; those that are being read already are waited for. Returns whether that was not cancelled.
     async read(names) {
         const fresh = [...new Set(names)].filter((name) => !this.asking.has(name));
         const control = new AbortController();
@@ -30,6 +30,7 @@ export class Camera extends EventTarget {
         await Promise.all(names.map((name) => this.asking.get(name)?.reading));
         this.cancels.delete(control);
         this.answered(fresh);
+        return !control.signal.aborted;
     }
 
     answered(names) {

@@ -44,10 +44,11 @@ export class Discovery {
     // Asks for the counts that make the tree, and for those that only then are known to matter, to the end.
     async lookAround() {
         const asked = new Set();
+        this.isIncomplete = true;
         let [found, missing] = [expand(this.catalogue, this.countOf), Object.keys(ABOUT)];
         if (!this.counts.size) this.grow(found); // what every camera has
         while (missing.length) {
-            await this.camera.read(missing);
+            if (!await this.camera.read(missing)) return;
             missing.forEach((name) => asked.add(name));
             this.identify();
             found = expand(this.catalogue, this.countOf);

@@ -2,14 +2,11 @@
 import {copy, find, h, timeOf} from "./dom.js";
 import {curlOf, namesOf, textOf} from "./protocol.js";
 
-export function titleOf(done) {
+function titleOf(done) {
     const [name, ...more] = namesOf(done);
-    const time = done.end ? `${done.end - done.start} ms` : "under way";
-    return [
-        done.isPinned ? "pinned " : "", timeOf(done.start), done.method, done.status || "no answer", time,
-        `${textOf(name ?? "").text}${more.length ? ` and ${more.length} more` : ""}`
-    ].filter(Boolean)
-        .join("  ");
+    const names = `${textOf(name ?? "").text}${more.length ? ` and ${more.length} more` : ""}`;
+    const words = [timeOf(done.start), done.method, names, done.status || "no answer", `${done.end - done.start} ms`];
+    return [...done.isPinned ? ["pinned"] : [], ...words].join("  ");
 }
 
 export const replyOf = ({text, trouble}) => [textOf(text).text, trouble].filter(Boolean).join("\n") || "(nothing)";
@@ -31,7 +28,9 @@ export function showExchanges(camera) {
     });
     find("exchange-pin").addEventListener("click", () => {
         if (!chosen()) return;
-        chosen().isPinned = !chosen().isPinned;
+        const done = chosen();
+        done.isPinned = !done.isPinned;
+        done.isChosen ||= done.isPinned;
         show();
     });
     find("exchange-copy").addEventListener("click", (event) => copy(find("exchange-curl").textContent, event.target));

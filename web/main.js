@@ -25,6 +25,7 @@ const page = {
     discovery: null,
     reference: new Reference(),
     parameters: new Map(),
+    made: new Map(), // rows, those of parameters that there are not now included
     rows: new Map(),
     shown: new Set(),
     link: null,
@@ -228,7 +229,10 @@ function reveal(names) {
 
 function arrange() {
     const names = [...page.parameters.keys()].filter((name) => page.shown.has(name));
-    page.rows = new Map(names.map((name) => [name, page.rows.get(name) ?? makeRow(name)]));
+    // A camera that lacks a parameter for a moment, as some do that are ill, takes no edit away.
+    for (const name of names) page.made.set(name, page.made.get(name) ?? makeRow(name));
+    for (const name of [...page.made.keys()].filter((name) => !page.shown.has(name))) page.made.delete(name);
+    page.rows = new Map(names.map((name) => [name, page.made.get(name)]));
     find("rows").replaceChildren(...sections([...page.rows.values()]));
     find("nothing").hidden = names.length > 0;
     page.tree.check(page.shown);

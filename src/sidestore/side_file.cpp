@@ -144,13 +144,18 @@ char *Find_SideText(const SidePlace &tPlace)
 
 static void Provide_Room(SideText *ptText, size_t uMore)
 {
+    constexpr size_t ROOM_MIN = 1024;
     if (ptText->bFailed || ptText->uRoom - ptText->uLength >= uMore)
         return;
-    const size_t uRoom = ptText->uLength * 2 + uMore + 256;
-    char *pcText = static_cast<char *>(realloc(ptText->pcText, uRoom));
+    // Nothing else in the program needs realloc, which would make it larger by 700 bytes.
+    const size_t uRoom = ptText->uLength * 2 + uMore + ROOM_MIN;
+    char *pcText = static_cast<char *>(malloc(uRoom));
     ptText->bFailed = pcText == nullptr;
     if (ptText->bFailed)
         return;
+    if (ptText->uLength > 0)
+        memcpy(pcText, ptText->pcText, ptText->uLength);
+    free(ptText->pcText);
     ptText->pcText = pcText;
     ptText->uRoom = uRoom;
 }

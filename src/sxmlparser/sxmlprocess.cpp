@@ -386,14 +386,14 @@ int32_t Provide_Block(SXMLParserContext *pThis, uint64_t qwSize)
 {
     if (qwSize > INT32_MAX)
         return SXML_NO_MEMORY;
-    const size_t dwSize = static_cast<size_t>(qwSize);
-    if (dwSize <= static_cast<size_t>(pThis->iBufferSize)) {
+    const size_t uSize = static_cast<size_t>(qwSize);
+    if (uSize <= static_cast<size_t>(pThis->iBufferSize)) {
         memset(pThis->pBuffer, 0, static_cast<size_t>(pThis->iBufferSize));
         return 0;
     }
     free(pThis->pBuffer);
-    pThis->pBuffer = calloc(1, dwSize);
-    pThis->iBufferSize = pThis->pBuffer != nullptr ? static_cast<int32_t>(dwSize) : 0;
+    pThis->pBuffer = calloc(1, uSize);
+    pThis->iBufferSize = pThis->pBuffer != nullptr ? static_cast<int32_t>(uSize) : 0;
     return pThis->pBuffer != nullptr ? 0 : SXML_NO_MEMORY;
 }
 
@@ -436,12 +436,12 @@ int SXMLParser_Process(SXMLParserContext *pThis, const char *pszText, int32_t iM
         return 0;
     if (pThis == nullptr || pszText == nullptr || (iMode == SXML_MODE_CALLBACK && pThis->iCallbackMode != 1))
         return -1;
-    const size_t dwLen = strlen(pszText);
-    if (dwLen > INT32_MAX)
+    const size_t uLength = strlen(pszText);
+    if (uLength > INT32_MAX)
         return SXML_NO_MEMORY;
     if (iMode == SXML_MODE_TREE)
-        return Build_Tree(pThis, pszText, pszText + dwLen);
-    return Tokenize<g_tCallbackSink>(pThis, pszText, pszText + dwLen);
+        return Build_Tree(pThis, pszText, pszText + uLength);
+    return Tokenize<g_tCallbackSink>(pThis, pszText, pszText + uLength);
 }
 
 int SXMLParser_ProcessFile(SXMLParserContext *pThis, const char *pszPath, int32_t iMode)

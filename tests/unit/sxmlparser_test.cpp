@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
+/// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
 static std::function<bool()> g_fnOnCalloc;
 extern "C" void *__real_calloc(size_t uCount, size_t uSize); // NOLINT
 extern "C" void *__wrap_calloc(size_t uCount, size_t uSize)  // NOLINT
@@ -32,7 +32,7 @@ static Parser MakeParser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_
     return {pParser, [](SXMLParserContext *p) { SXMLParser_Release(&p); }};
 }
 
-// Parses from a block that ends with the terminator, so that a sanitizer sees a read behind it.
+/// Parses from a block that ends with the terminator, so that a sanitizer sees a read behind it.
 static int Parse(const Parser &pParser, const std::string &strText, int32_t iMode = SXML_MODE_TREE)
 {
     const std::unique_ptr<char[]> pText(new char[strText.size() + 1]);
@@ -57,7 +57,7 @@ static std::string TagsOf(SXMLParserContext *p)
     return strTags;
 }
 
-// After a failure the answers are free, but reading them must not fault.
+/// After a failure the answers are free, but reading them must not fault.
 static void AskEverything(SXMLParserContext *p)
 {
     for (int32_t i = SXMLParser_GetElementCount(p) + SXMLParser_GetAttributeCount(p); i >= -1; i--)
@@ -162,7 +162,7 @@ TEST(SxmlParser, KnowsTheCharactersOfNames)
     }
 }
 
-// Appends the parts of one event to the log that is the callbacks' user data.
+/// Appends the parts of one event to the log that is the callbacks' user data.
 static uint32_t Log(void *pLog, std::initializer_list<std::pair<const char *, int32_t>> atPart)
 {
     for (const auto &[psz, iLen] : atPart)
@@ -244,7 +244,7 @@ TEST(SxmlParser, SurvivesWithoutMemory)
     EXPECT_EQ(Parse(pParser, "<a/>"), 0);
 }
 
-// Only a text that changes between the passes gets to these checks.
+/// Only a text that changes between the passes gets to these checks.
 TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
 {
     const std::string aastrCase[][3] = {

@@ -146,8 +146,8 @@ TEST(DebugLog, WritesToTheSinksOfItsLevel)
     g_pfnTelnetDbgPrint = NullTelnetDbgPrint;
 }
 
-// What the clients of the daemons want of the C library: pauses and log lines are recorded, and a connection leads to
-// the test, if it has an end for it.
+/// What the clients of the daemons want of the C library: pauses and log lines are recorded, and a connection leads to
+/// the test, if it has an end for it.
 namespace {
 std::vector<unsigned int> g_auPause;
 std::vector<std::string> g_astrLog;
@@ -185,8 +185,8 @@ extern "C" __attribute__((format(printf, 2, 3))) void syslog(int iPriority, cons
     va_end(tArguments);
 }
 
-// What a fortified call becomes.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
+/// What a fortified call becomes.
+/// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
 extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int iPriority, int /*iFlag*/, const char *pszFormat,
                                                                    ...)
 {
