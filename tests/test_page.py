@@ -304,13 +304,17 @@ def test_what_is_not_sent_and_what_was_sent_all_the_same(page):
 
 def test_a_camera_that_hangs_and_another_one_at_its_address(page):
     page.start("dome")
+    page.show("VideoInput")
+    page.wait("#summary", "values read")
     page.change("fault semaphore taken")
+    page.find("#read-all").click()
+    page.wait("#camera-state", "Waiting for")
+    page.wait("#progress", " of 1")
+    page.find("#cancel").click()
+    page.wait("#summary", "0 values read, ")
     page.driver.refresh()
     page.find("#tree [data-path='General.']")
-    page.wait("#camera-state", "Waiting for")
     page.wait("#camera-wait", "2 s")
-    page.find("#cancel").click()
-    page.wait("#summary", "not read")
     assert page.camera.stop() == CAMERA_WELL
     page.camera = Camera(page.option.simcam, f"{page.option.models}/encoder.model", ["fault ptz late:2000"])
     page.find("[data-service=ptz] [aria-pressed=true]:last-child[title='the true answer after 2000 milliseconds']")
@@ -351,7 +355,8 @@ PAGE = 'new Response("<!doctype html><title>Sign in</title>")'
 LOGINS = (
     (".cgi", PAGE, "The web server sent a page “Sign in” instead, as for a login."),
     (".json", PAGE, "cannot start: parameters.json: The web server sent"),
-    (".cgi", '{type: "opaqueredirect"}', "The web server leads elsewhere, as to a login page."),
+    *((place, '{type: "opaqueredirect"}', "The web server leads elsewhere, as to a login page.") for place in
+      (".cgi", ".json")),
     (".cgi", 'new Response("", {status: 401})', "The web server answered 401: it wants a login."))
 
 
