@@ -108,7 +108,7 @@ static void Say_Place(const char *pszVerb, const SidePlace &tPlace)
 
 char *Read_SideText(const SidePlace &tPlace)
 {
-    char *pszText = Find_SideText(tPlace);
+    char *pszText = Copy_SideText(tPlace);
     if (!g_bShown)
         return pszText;
     Say_Place("side", tPlace);

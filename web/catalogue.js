@@ -137,7 +137,7 @@ export function choicesOf(type, get) {
 }
 
 export function rangeOf(type, get) {
-    return [type.min, type.max]
+    return [type.writeMin ?? type.min, type.max]
         .map((bound) => (typeof bound === "string" ? get(bound) : bound) ?? null)
         .map((bound) => (bound === null ? null : Number(bound)));
 }

@@ -125,18 +125,25 @@ void Close_SideFile(SideFile eFile, SXMLParserContext *ptParser)
         Release_QuorvexXMLParser(&ptParser);
 }
 
-char *Find_SideText(const SidePlace &tPlace)
+const char *Find_SideText(const SXMLParserContext *ptParser, const SidePlace &tPlace)
 {
     SidePath tPath;
     Make_SidePath(tPlace, &tPath);
-    SXMLParserContext *ptParser = Open_SideFile(tPath.eFile);
     const char *pszText =
         SXMLParser_GetTagValueByName(ptParser, "root", "quorvex", tPath.apszTag[0], tPath.apszTag[1], tPath.apszTag[2],
                                      tPath.apszTag[3], tPath.apszTag[4], static_cast<char *>(nullptr));
-    char *pszCopy = pszText != nullptr ? strdup(pszText) : nullptr;
-    if (pszCopy == nullptr)
+    if (pszText == nullptr)
         syslog(LOG_CRIT, "%s: %s fail", LOG_IDENTITY, tPath.pszReader);
-    Close_SideFile(tPath.eFile, ptParser);
+    return pszText;
+}
+
+char *Copy_SideText(const SidePlace &tPlace)
+{
+    const SideFile eFile = Get_SideFile(tPlace);
+    SXMLParserContext *ptParser = Open_SideFile(eFile);
+    const char *pszText = Find_SideText(ptParser, tPlace);
+    char *pszCopy = pszText != nullptr ? strdup(pszText) : nullptr;
+    Close_SideFile(eFile, ptParser);
     return pszCopy;
 }
 
@@ -164,7 +171,7 @@ static void Append(SideText *ptText, const char *pszText)
 {
     const size_t uLength = strlen(pszText);
     Provide_Room(ptText, uLength);
-    if (ptText->bFailed)
+    if (ptText->bFailed || uLength == 0) // no room yet, perhaps
         return;
     memcpy(ptText->pcText + ptText->uLength, pszText, uLength);
     ptText->uLength += uLength;

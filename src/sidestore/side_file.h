@@ -6,8 +6,10 @@
 
 #include <stddef.h>
 
-/// A heap copy of the text at a place; NULL, after a line in the system log, when there is none.
-char *Find_SideText(const SidePlace &tPlace);
+/// The text at a place in the tree of its file; NULL, after a line in the system log, when there is none. The copy is
+/// on the heap.
+const char *Find_SideText(const SXMLParserContext *ptParser, const SidePlace &tPlace);
+char *Copy_SideText(const SidePlace &tPlace);
 
 /// The tree of a file. One that cannot be parsed is logged and then has no elements, or those up to the fault.
 SXMLParserContext *Open_SideFile(SideFile eFile);

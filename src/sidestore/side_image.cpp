@@ -20,28 +20,6 @@ static_assert(GOP_COUNT == sizeof GOP_FIELDS / sizeof GOP_FIELDS[0], "every code
 
 static QuorvexXMLFileDataPointer g_tFileData;
 
-/// Takes a stored text as a number.
-static int Take_Number(char *pszText, int32_t *piNumber)
-{
-    if (pszText == nullptr)
-        return -1;
-    *piNumber = Int32_FromText(pszText);
-    free(pszText);
-    return 0;
-}
-
-/// Takes a stored text as a window text; a longer one than any setter writes is not taken.
-static int Take_Window(char *pszText, char *pszWindow)
-{
-    if (pszText == nullptr)
-        return -1;
-    const size_t uLength = strlen(pszText);
-    if (uLength < WINDOW_TEXT_SIZE)
-        memcpy(pszWindow, pszText, uLength + 1);
-    free(pszText);
-    return uLength < WINDOW_TEXT_SIZE ? 0 : -1;
-}
-
 /// A table of iCount zeroed records; its pointer stays NULL where there is no memory for it.
 template <typename T> static int Allocate_Table(T ***ppptTable, int32_t iCount)
 {
@@ -124,29 +102,106 @@ int Read_ImageShape()
     return 0;
 }
 
-static int Fill_Stream(XMLFileStreamData *ptStream, int32_t iChannel, int32_t iStream)
+static XMLFileChannelData *Find_Channel(int32_t iChannel)
 {
-    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec) {
-        int32_t *piGOP = &(ptStream->*GOP_FIELDS[uCodec]);
-        if (*piGOP != GOP_NOT_OFFERED &&
-            Take_Number(Find_SideText({SIDE_GOP, iChannel, iStream, GOP_CODECS[uCodec]}), piGOP) != 0)
-            return -1;
+    return iChannel >= 0 && iChannel < g_tFileData.iVideoInNum ? g_tFileData.pptChannel[iChannel] : nullptr;
+}
+
+static XMLFileWindowData *Find_Window(const SidePlace &tPlace)
+{
+    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    return ptChannel != nullptr && tPlace.iIndex >= 0 && tPlace.iIndex < g_tFileData.iMotionNum
+               ? ptChannel->pptWindow[tPlace.iIndex]
+               : nullptr;
+}
+
+static int32_t *Find_GOP(const SidePlace &tPlace)
+{
+    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    if (ptChannel == nullptr || tPlace.iIndex < 0 || tPlace.iIndex >= g_tFileData.iMediaStreamNum)
+        return nullptr;
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
+        if (strcmp(tPlace.pszCodec, GOP_CODECS[uCodec]) == 0)
+            return &(ptChannel->pptStream[tPlace.iIndex]->*GOP_FIELDS[uCodec]);
+    return nullptr;
+}
+
+/// Where the image holds a number, or null.
+static int32_t *Find_Number(const SidePlace &tPlace)
+{
+    XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
+    XMLFileWindowData *ptWindow = nullptr;
+    switch (tPlace.eValue) {
+    case SIDE_CONTRAST:
+        return ptChannel != nullptr ? &ptChannel->iContrast : nullptr;
+    case SIDE_BRIGHTNESS:
+        return ptChannel != nullptr ? &ptChannel->iBrightness : nullptr;
+    case SIDE_SATURATION:
+        return ptChannel != nullptr ? &ptChannel->iSaturation : nullptr;
+    case SIDE_GOP:
+        return Find_GOP(tPlace);
+    case SIDE_THRESHOLD:
+        ptWindow = Find_Window(tPlace);
+        return ptWindow != nullptr ? &ptWindow->iThreshold : nullptr;
+    case SIDE_NTP_INTERVAL:
+        return &g_tFileData.iNTPInterval;
+    case SIDE_DEVICE_NUM:
+        return &g_tFileData.iStorageDeviceNum;
+    default:
+        return nullptr;
     }
+}
+
+bool Is_Storable(const char *pszText)
+{
+    // A "<" would end the text for the next reader, and every later setter would fail on the file.
+    return strlen(pszText) < WINDOW_TEXT_SIZE && strchr(pszText, '<') == nullptr;
+}
+
+static int Put_Window(const SidePlace &tPlace, const char *pszText)
+{
+    XMLFileWindowData *ptWindow = Find_Window(tPlace);
+    if (ptWindow == nullptr || strlen(pszText) >= sizeof ptWindow->szWindow)
+        return -1;
+    strcpy(ptWindow->szWindow, pszText);
     return 0;
 }
 
-static int Fill_Window(XMLFileWindowData *ptWindow, int32_t iChannel, int32_t iWindow)
+int Put_InImage(const SidePlace &tPlace, const char *pszText)
 {
-    if (Take_Window(Find_SideText({SIDE_WINDOW, iChannel, iWindow}), ptWindow->szWindow) != 0)
+    if (tPlace.eValue == SIDE_WINDOW)
+        return Put_Window(tPlace, pszText);
+    int32_t *piNumber = Find_Number(tPlace);
+    if (piNumber == nullptr)
         return -1;
-    return Take_Number(Find_SideText({SIDE_THRESHOLD, iChannel, iWindow}), &ptWindow->iThreshold);
+    *piNumber = Int32_FromText(pszText);
+    return 0;
+}
+
+/// Puts what a file holds at a place into the image.
+static int Fill_Place(const SidePlace &tPlace)
+{
+    const SideFile eFile = Get_SideFile(tPlace);
+    SXMLParserContext *ptParser = Open_SideFile(eFile);
+    const char *pszText = Find_SideText(ptParser, tPlace);
+    const int iResult = pszText != nullptr ? Put_InImage(tPlace, pszText) : -1;
+    Close_SideFile(eFile, ptParser);
+    return iResult;
+}
+
+static int Fill_Stream(const XMLFileStreamData *ptStream, int32_t iChannel, int32_t iStream)
+{
+    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
+        if (ptStream->*GOP_FIELDS[uCodec] != GOP_NOT_OFFERED &&
+            Fill_Place({SIDE_GOP, iChannel, iStream, GOP_CODECS[uCodec]}) != 0)
+            return -1;
+    return 0;
 }
 
 static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel)
 {
-    if (Take_Number(Find_SideText({SIDE_CONTRAST, iChannel}), &ptChannel->iContrast) != 0 ||
-        Take_Number(Find_SideText({SIDE_BRIGHTNESS, iChannel}), &ptChannel->iBrightness) != 0 ||
-        Take_Number(Find_SideText({SIDE_SATURATION, iChannel}), &ptChannel->iSaturation) != 0)
+    if (Fill_Place({SIDE_CONTRAST, iChannel}) != 0 || Fill_Place({SIDE_BRIGHTNESS, iChannel}) != 0 ||
+        Fill_Place({SIDE_SATURATION, iChannel}) != 0)
         return -1;
     for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
         if (Fill_Stream(ptChannel->pptStream[iStream], iChannel, iStream) != 0)
@@ -154,7 +209,7 @@ static int Fill_Channel(XMLFileChannelData *ptChannel, int32_t iChannel)
     if (Allocate_Table(&ptChannel->pptWindow, g_tFileData.iMotionNum) != 0)
         return -1;
     for (int32_t iWindow = 0; iWindow < g_tFileData.iMotionNum; ++iWindow)
-        if (Fill_Window(ptChannel->pptWindow[iWindow], iChannel, iWindow) != 0)
+        if (Fill_Place({SIDE_WINDOW, iChannel, iWindow}) != 0 || Fill_Place({SIDE_THRESHOLD, iChannel, iWindow}) != 0)
             return -1;
     return 0;
 }
@@ -164,9 +219,7 @@ int Fill_Image()
     for (int32_t iChannel = 0; iChannel < g_tFileData.iVideoInNum; ++iChannel)
         if (Fill_Channel(g_tFileData.pptChannel[iChannel], iChannel) != 0)
             return -1;
-    if (Take_Number(Find_SideText({SIDE_NTP_INTERVAL}), &g_tFileData.iNTPInterval) != 0)
-        return -1;
-    return Take_Number(Find_SideText({SIDE_DEVICE_NUM}), &g_tFileData.iStorageDeviceNum);
+    return Fill_Place({SIDE_NTP_INTERVAL}) != 0 ? -1 : Fill_Place({SIDE_DEVICE_NUM});
 }
 
 int Create_QuorvexXMLFile_DataStructure() { return Read_ImageShape() == 0 ? Fill_Image() : -1; }
@@ -328,75 +381,6 @@ static int Write_File(SideFile eFile, const char *pszWriter, const SideGroup &tG
 int Write_QuorvexVideoConfigFile() { return Write_File(VIDEO_FILE, __func__, {"image", Compose_Image}); }
 int Write_QuorvexMotionConfigFile() { return Write_File(MOTION_FILE, __func__, {"motion", Compose_Windows}); }
 int Write_QuorvexSystemConfigFile() { return Write_File(SYSTEM_FILE, __func__, {"storage", Compose_Device}); }
-
-static XMLFileChannelData *Find_Channel(int32_t iChannel)
-{
-    return iChannel >= 0 && iChannel < g_tFileData.iVideoInNum ? g_tFileData.pptChannel[iChannel] : nullptr;
-}
-
-static XMLFileWindowData *Find_Window(const SidePlace &tPlace)
-{
-    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
-    return ptChannel != nullptr && tPlace.iIndex >= 0 && tPlace.iIndex < g_tFileData.iMotionNum
-               ? ptChannel->pptWindow[tPlace.iIndex]
-               : nullptr;
-}
-
-static int32_t *Find_GOP(const SidePlace &tPlace)
-{
-    const XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
-    if (ptChannel == nullptr || tPlace.iIndex < 0 || tPlace.iIndex >= g_tFileData.iMediaStreamNum)
-        return nullptr;
-    for (size_t uCodec = 0; uCodec < GOP_COUNT; ++uCodec)
-        if (strcmp(tPlace.pszCodec, GOP_CODECS[uCodec]) == 0)
-            return &(ptChannel->pptStream[tPlace.iIndex]->*GOP_FIELDS[uCodec]);
-    return nullptr;
-}
-
-/// Where the image holds a number, or null.
-static int32_t *Find_Number(const SidePlace &tPlace)
-{
-    XMLFileChannelData *ptChannel = Find_Channel(tPlace.iChannel);
-    XMLFileWindowData *ptWindow = Find_Window(tPlace);
-    switch (tPlace.eValue) {
-    case SIDE_CONTRAST:
-        return ptChannel != nullptr ? &ptChannel->iContrast : nullptr;
-    case SIDE_BRIGHTNESS:
-        return ptChannel != nullptr ? &ptChannel->iBrightness : nullptr;
-    case SIDE_SATURATION:
-        return ptChannel != nullptr ? &ptChannel->iSaturation : nullptr;
-    case SIDE_GOP:
-        return Find_GOP(tPlace);
-    case SIDE_THRESHOLD:
-        return ptWindow != nullptr ? &ptWindow->iThreshold : nullptr;
-    case SIDE_NTP_INTERVAL:
-        return &g_tFileData.iNTPInterval;
-    case SIDE_DEVICE_NUM:
-        return &g_tFileData.iStorageDeviceNum;
-    default:
-        return nullptr;
-    }
-}
-
-bool Is_Storable(const char *pszText)
-{
-    // A "<" would end the text for the next reader, and every later setter would fail on the file.
-    return strlen(pszText) < WINDOW_TEXT_SIZE && strchr(pszText, '<') == nullptr;
-}
-
-int Put_InImage(const SidePlace &tPlace, const char *pszText)
-{
-    XMLFileWindowData *ptWindow = Find_Window(tPlace);
-    if (tPlace.eValue == SIDE_WINDOW && ptWindow != nullptr) {
-        Copy_Text(ptWindow->szWindow, sizeof ptWindow->szWindow, pszText);
-        return 0;
-    }
-    int32_t *piNumber = Find_Number(tPlace);
-    if (piNumber == nullptr)
-        return -1;
-    *piNumber = Int32_FromText(pszText);
-    return 0;
-}
 
 int Write_ImageFile(SideFile eFile)
 {

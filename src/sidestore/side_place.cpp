@@ -32,7 +32,6 @@ SideFile Get_SideFile(const SidePlace &tPlace) { return g_tSideValue[tPlace.eVal
 void Make_SidePath(const SidePlace &tPlace, SidePath *ptPath)
 {
     const auto &tValue = g_tSideValue[tPlace.eValue];
-    *ptPath = {};
     ptPath->eFile = tValue.eFile;
     ptPath->pszReader = tValue.pszReader;
     const char **ppszTag = ptPath->apszTag;
@@ -49,5 +48,7 @@ void Make_SidePath(const SidePlace &tPlace, SidePath *ptPath)
         Copy_Text(ptPath->szCodec, sizeof ptPath->szCodec, tPlace.pszCodec);
         *ppszTag++ = ptPath->szCodec;
     }
-    *ppszTag = tValue.pszLeaf;
+    *ppszTag++ = tValue.pszLeaf;
+    while (ppszTag < ptPath->apszTag + sizeof ptPath->apszTag / sizeof ptPath->apszTag[0])
+        *ppszTag++ = nullptr;
 }

@@ -2,7 +2,7 @@
 
 #include "sidestore/side_image.h"
 
-char *Read_SideText(const SidePlace &tPlace) { return Find_SideText(tPlace); }
+char *Read_SideText(const SidePlace &tPlace) { return Copy_SideText(tPlace); }
 
 int Store_SideText(const SidePlace &tPlace, const char *pszText)
 {
