@@ -47,7 +47,7 @@ def measure(device, request, work):
         sys.exit(f"device_bench: {request[:60]}: {reply[:200]}")
     lines = device.run(f"process_cost {ROUNDS} /bin/floor {work} -- {PROGRAM} </tmp/body")[0].splitlines()
     costs = []
-    for line, command in zip(lines, (f"floor {work}", PROGRAM)):
+    for line, command in zip(lines, (f"/bin/floor {work}", PROGRAM)):
         words = line.split()
         memory = device.run(f"peak_memory {command} </tmp/body 2>&1 >/dev/null")[0]
         costs.append(Cost(float(words[3]) * 1000 / 2**SHIFT, int(words[6]), int(memory)))

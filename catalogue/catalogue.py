@@ -84,7 +84,8 @@ def outside(catalogue, record, index, direction):
 def highest(catalogue, bound):
     """Up to where an index is followed, whatever the camera says."""
     limit = catalogue["limits"]["index"]["max"]
-    return min(limit, next(record["type"].get("max", limit) for record in catalogue["parameters"] if record["name"] == bound))
+    kinds = (record["type"] for record in catalogue["parameters"] if record["name"] == bound)
+    return min(limit, next(kinds).get("max", limit))
 
 
 def announced(catalogue, row, get):
@@ -143,8 +144,8 @@ def judge_rectangle(value):
 
 
 def judge(kind, value, get):
-    """What is wrong with the answer to a parameter of this type, or None. get(name) answers the parameters that the type
-    names, whose placeholders are filled in."""
+    """What is wrong with the answer to a parameter of this type, or None. get(name) answers the parameters that the
+    type names, whose placeholders are filled in."""
     word = kind["kind"]
     if value == "" and kind.get("empty"):
         return None
@@ -177,7 +178,8 @@ def judge_list(kind, value):
     for entry in value.split(",") if value else []:
         if "words" in kind and entry not in kind["words"]:
             return f"has {entry!r}, which is none of " + ", ".join(kind["words"])
-        if not entry or entry != entry.strip() or kind.get("of") == "number" and not re.fullmatch(FORMS["number"], entry):
+        is_text = entry and entry == entry.strip()
+        if not is_text or kind.get("of") == "number" and not re.fullmatch(FORMS["number"], entry):
             return f"has {entry!r}, which is no {kind.get('of', 'text')}"
     return None
 
@@ -205,10 +207,11 @@ def is_put_back(kind, written, get):
 
 
 def other_values(row, indexes, value, get):
-    """Values to write in place of the one that was read: all the others of a list that says which there are, else one."""
+    """Values to write in place of the one that was read: all others of a list that says which there are, else one."""
     kind, good = resolve(row.record["type"], {"codec": row.codec, **indexes}), row.record["good"]
     if "list" in kind:
-        choices = [entry for entry in (get(kind["list"]) or "").split(",") if entry in kind.get("words", [entry]) and entry]
+        listed = filter(None, (get(kind["list"]) or "").split(","))
+        choices = [entry for entry in listed if entry in kind.get("words", [entry])]
     elif "words" in kind:
         choices = kind["words"]
     elif kind["kind"] == "boolean":
@@ -248,7 +251,8 @@ def disagreements(catalogue, found, get):
         for codec in catalogue["codecs"]:
             count = f"{place}{codec}.Capabilities.StreamCount"
             if (to_number(get(count)) > 0) != (codec in codecs):
-                yield count, f"is {get(count)}, but CodecList is {','.join(codecs)!r}", [place + "Capabilities.CodecList"]
+                yield (count, f"is {get(count)}, but CodecList is {','.join(codecs)!r}",
+                       [place + "Capabilities.CodecList"])
         if (get(place + "Motion.Capabilities.MotionSupported") == "true") != (
                 to_number(get(place + "Motion.Capabilities.RoiCount")) > 0):
             yield (place + "Motion.Capabilities.RoiCount", "does not match MotionSupported",
@@ -271,7 +275,8 @@ class Camera:
             lines = self.exchange(batch)
             answers, others = client.take_read(batch, lines)
             if len(lines) != len(batch):
-                self.garbled.append((batch, f"asked in a request for {len(batch)} names, is answered by {len(lines)} lines"))
+                text = f"asked in a request for {len(batch)} names, is answered by {len(lines)} lines"
+                self.garbled.append((batch, text))
             elif others:
                 self.garbled.append((batch, f"is answered beside others by {others[0]!r}"))
             self.answers |= {name: answers.get(name, client.Answer(None, None)) for name in batch}
@@ -308,7 +313,8 @@ def judge_answer(catalogue, camera, row, indexes):
     """The finding of one parameter, or None."""
     name, record, answer = full_name(row, indexes), row.record, camera.answer(full_name(row, indexes))
     if answer.error == client.FAILED:
-        return None if "mayFail" in record else Finding(name, "is an internal error", ("read", *sources(catalogue, record)))
+        cause = ("read", *sources(catalogue, record))
+        return None if "mayFail" in record else Finding(name, "is an internal error", cause)
     if answer.error == client.NOT_SUPPORTED:
         return Finding(name, "is no parameter of this program", ("unknown",))
     if answer.error is not None:
@@ -333,6 +339,6 @@ def check(catalogue, camera):
     doubtful = list(disagreements(catalogue, found, camera.get))
     if doubtful:  # somebody may have changed the camera in between
         camera.forget([name for first, _, others in doubtful for name in (first, *others)])
-        again = [Finding(name, text, ("disagree", text)) for name, text, _ in disagreements(catalogue, found, camera.get)]
-        wrong += dict.fromkeys(again)
+        again = disagreements(catalogue, found, camera.get)
+        wrong += dict.fromkeys(Finding(name, text, ("disagree", text)) for name, text, _ in again)
     return found, wrong

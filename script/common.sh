@@ -21,6 +21,14 @@ fail() {
     exit "${2-1}"
 }
 
+# configure PRESET: makes its build folder, unless it is there. One that came with a copied tree is made anew, as it would
+# build the tree that it was made for.
+configure() {
+    local made=no
+    grep -qsFx "CMAKE_HOME_DIRECTORY:INTERNAL=$tree" "$tree/build/$1/CMakeCache.txt" && made=yes
+    [[ $made == yes && -f $tree/build/$1/build.ninja ]] || (cd "$tree" && cmake --fresh --preset "$1")
+}
+
 # For what runs inside the sandbox.
 
 readonly camera_log=/var/log/camera.log camera_messages=/var/log/simcam.messages

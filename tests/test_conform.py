@@ -1,5 +1,5 @@
-"""Holds script/conform against cameras that are well, cameras that are not, and servers that lie, and the reference client
-that it is made of against the program."""
+"""Holds script/conform against cameras that are well, cameras that are not, and servers that lie, and the reference
+client that it is made of against the program."""
 import contextlib
 import http.server
 import json
@@ -40,8 +40,8 @@ def keys_after(device, keys):
 
 @pytest.mark.parametrize("model", MODELS)
 def test_healthy(start, model):
-    """Every camera is well, with values that some cameras have; --change leaves all that can be read as it was, and of the
-    keys only those otherwise that no read shows."""
+    """Every camera is well, with values that some cameras have; --change leaves all that can be read as it was, and of
+    the keys only those otherwise that no read shows."""
     with start(model, "key system_hostname=", "key network_router=", "key system_info_firmwareversion=KLX 0122 \xe9",
                "key videoin_c0_s1_h264_ratecontrolmode=auto") as device:
         start_server(device.emulator)
@@ -65,27 +65,24 @@ def test_write_changes_nothing(start, model):
     keys = {key: "0" + value for key, value in model_keys(model).items() if value.isdigit() and "capability" not in key}
     keys |= {"system_hostname": "50% off", "audioin_c0_input": "linein", "audioin_c0_s0_codectype": "aac4x",
              "videoin_c0_s1_h264_prioritypolicy": "fullframerate", "videoin_c0_s1_h264_ratecontrolmode": "auto",
-             "audioin_c0_s0_aac4_bitrate": "16500", "network_router": ""}
+             "audioin_c0_s0_aac4_bitrate": "16500", "network_router": "", "audioin_c0_volume_external": "20"}
     with start(model, *(f"key {key}={value}" for key, value in keys.items())) as device:
         start_server(device.emulator)
         assert conform(CAMERA, "--write")[2].count("could not be put back:") == 0
-        sets = device.sets()
-        assert len(sets) > 10 and keys_after(device, model_keys(model) | keys) == model_keys(model) | keys
+        assert keys_after(device, model_keys(model) | keys) == model_keys(model) | keys and device.seen > 10
 
 
 @pytest.mark.parametrize("change, name, text, options", [
     ("key videoin_c0_s0_resolution=1x1", "VideoInput.1.h264.1.Resolution", "is not in", []),
     ("key network_subnet=\\x1b]0;x", "Network.1.StaticSubnetMask", "is no address", []),
     ("key videoin_c0_s1_h264_bitrate=50000000", "VideoInput.1.h264.2.Bitrate", "beyond", []),
-    ("key videoin_c0_s1_h264_bitrate=900", "VideoInput.1.h264.2.Bitrate", "beyond", []),
     ("side motion_c0_i2_window=0.6,0.2,0.5,0.6", "VideoInput.1.Motion.ROI.3.Position", "far corner", []),
-    ("side motion_c0_i2_window=0,0,2,1", "VideoInput.1.Motion.ROI.3.Position", "outside", []),
     ("side motion_c0_i2_window=\\{90*0}", "VideoInput.1.Motion.ROI.3.Position", "no rectangle", []),
     ("no network_rtsp_port", "VideoInput.1.mjpeg.1.Rtsp.Port", "4 parameters .* need network_rtsp_port", []),
     (f"nofile {VIDEO}", "VideoInput.1.Brightness", f"5 parameters .* need {VIDEO}", []),
     ("fault semaphore absent", "General.FirmwareVersion", "20 parameters .* no setting", []),
     ("key capability_naudioout=x", "AudioOutput.Capabilities.EntityCount", "is no number", []),
-    ("key capability_videoin_resolution=640x360", "VideoInput.1.mjpeg.1.Resolution", "3 writes .*illegal", ["--change"]),
+    ("key capability_videoin_resolution=640x360", "VideoInput.1.mjpeg.1.Resolution", "3 writes .*ill", ["--change"]),
     ("fail tampering_c0_duration", "VideoInput.1.Tampering.TriggerDuration", "Internal error", ["--write"]),
     (f"readonly {VIDEO}", "VideoInput.1.Brightness", f"5 writes .*done .*belong to {VIDEO}", ["--change"]),
     ("fault configer reset", "General.UnitName", "55 writes .*'Internal error'", ["--change"])])
@@ -154,12 +151,14 @@ def other_key(ask, method, text):
     (swap("text/plain", "text/html"), "General.Brand.CompanyName", "text/html", []),
     (swap("h264.Capabilities.StreamCount=2", "h264.Capabilities.StreamCount=0"),
      "VideoInput.1.h264.Capabilities.StreamCount", "CodecList", []),
-    (swap("MotionSupported=true", "MotionSupported=false"), "VideoInput.1.Motion.Capabilities.RoiCount", "MotionSup", []),
+    (swap("Supported=true", "Supported=false"), "VideoInput.1.Motion.Capabilities.RoiCount", "MotionSupported", []),
+    (swap("Network.1.Dhcp=false", "#error.Network.1.Dhcp=501:Parameter is not supported"), "Network.1.Dhcp",
+     "is no parameter of this program", []),
     (swap("CurrentSubnetMask=255", "CurrentSubnetMask=10"), "Network.1.CurrentSubnetMask", "StaticSubnetMask", []),
     (swap("ROI.2.MotionOffThreshold=", "ROI.2.MotionOffThreshold=1"), "VideoInput.1.Motion.ROI.2.MotionOffThreshold",
      "MotionOnThreshold", []),
     (swap("Rotation=0,90", "Rotation=0,45"), "VideoInput.Capabilities.Rotation", "'45', which no write", []),
-    (swap("Profile=main", "Profile=main\r\nbad line"), "VideoInput.1.mjpeg.Capabilities.ConnectionTypeList", "9 lines", []),
+    (swap("Profile=main", "Profile=main\r\nbad"), "VideoInput.1.mjpeg.Capabilities.ConnectionTypeList", "9 lines", []),
     (swap("#error.General.NoSuch", "#error.\x1b[2J"), "General.NoSuchParameter", "x1b", []),
     (swap("is readOnly", "is readonly"), "General.FirmwareVersion", "readonly", ["--change"]),
     (swap("An illegal", "Illegal"), "VideoInput.1.Storage.DeviceNum", "Illegal", ["--change"]),
@@ -202,14 +201,15 @@ def test_server_that_is_none(reply, words):
         is_over.set()
 
 
-@pytest.mark.parametrize("number, key", [(signal.SIGINT, "system_hostname"), (signal.SIGTERM, "motion_c0_win_i0_enable")])
-def test_interruption(start, number, key):
+@pytest.mark.parametrize("number, told", [(signal.SIGINT, "system_hostname=Front door"),
+                                          (signal.SIGTERM, "motion_c0_win_i0_enable=0")])
+def test_interruption(start, number, told):
     """Everything is as it was when a run ends early."""
     with start("ptz", "key motion_c0_win_i1_enable=1") as device:
         start_server(device.emulator)
         book.check(BOOK, before := book.Camera(BOOK, device.reader.exchange))
         with subprocess.Popen([TREE / "script/conform", CAMERA, "--change"], stdout=subprocess.PIPE) as run:
-            wait_until(lambda: any(line.startswith(f"set {key}=") for line in device.camera.log()[0]))
+            wait_until(lambda: f"set {told}" in device.camera.log()[0])
             run.send_signal(number)
             said = run.communicate()[0].decode()
         assert run.returncode == 128 + number and "interrupted" in said and " 0 wrong" in said
@@ -225,8 +225,8 @@ def test_a_shelf_of_cameras(start):
         urls = [CAMERA, other, "http://127.0.0.1:9/"]
         status, _, said = conform(*urls)
         assert status == 2 and re.fullmatch(
-            f"{CAMERA}: 155 parameters read, 1 wrong\n{other}: 155 .*, 1 wrong\n{urls[2]}: .*refused.*\nconform: 3 cameras, "
-            "0 well, 2 with something wrong, 1 not checked to the end\n", said), said
+            f"{CAMERA}: 155 parameters read, 1 wrong\n{other}: 155 .*, 1 wrong\n{urls[2]}: .*refused.*\nconform: "
+            "3 cameras, 0 well, 2 with something wrong, 1 not checked to the end\n", said), said
         lines = [json.loads(line) for line in conform(*urls, "--json")[2].splitlines()]
         assert [(line["url"], line["status"], len(line["wrong"])) for line in lines] == [
             (CAMERA, 1, 1), (other, 1, 1), (urls[2], 2, 0)]
@@ -238,8 +238,8 @@ def test_a_shelf_of_cameras(start):
 
 
 def test_reference_client(start):
-    """It sends what it is given in the order that counts, asks again for what a reply leaves out, and takes no error for a
-    success."""
+    """It sends what it is given in the order that counts, asks again for what a reply leaves out, and takes no error for
+    a success."""
     place = "VideoInput.1.h264.1."
     values = {"VideoInput.1.Motion.ROI.1.Enabled": "true", "General.UnitName": "50%41 \xe9", place + "GopSize": "5",
               place + "BitRateModePriority": "fps", place + "FrameRate": "10", place + "BitRateMode": "cbr",
@@ -252,7 +252,8 @@ def test_reference_client(start):
         assert asker.write(values) == {name: client.Answer(value, None) for name, value in values.items()}
         assert asker.read(values) == {name: client.Answer(value, None) for name, value in values.items()} | {
             "VideoInput.1.Motion.ROI.1.MotionOffThreshold": client.Answer("25", None)}
-        sets = [line for line in device.sets() if re.search("updateinterval|intraperiod|_maxframe|objsize|motion.*enable", line)]
+        ordered = re.compile("updateinterval|intraperiod|_maxframe|objsize|motion.*enable")
+        sets = [line for line in device.sets() if ordered.search(line)]
         assert sets == ["videoin_c0_s0_h264_maxframe=10", "system_updateinterval=3600", "system_updateinterval=900",
                         "videoin_c0_s0_h264_intraperiod=500", "motion_c0_win_i0_objsize=50",
                         "motion_c0_win_i0_enable=1", "motion_c0_enable=1"]
@@ -267,7 +268,8 @@ def test_reference_client(start):
         exec(re.sub('http://.*cgi"', f'{CAMERA}"', example), {})
         assert device.sets() == ["system_hostname=Front door, 50% lit", "videoin_c0_s0_h264_intraperiod=3000"]
         assert asker.has_settings()
-    with start("dome", "fault configer close-at-once"):
-        assert client.Answer("x", None) not in asker.write({"General.UnitName": "x"}).values()
+    with serve(lambda *_: "Content-type: text/plain\r\n\r\nwrite socket 9 byte, but return -1\nContent-type: "
+               "text/plain\r\n\r\nGeneral.UnitName=x\r\n") as url:
+        assert client.Client(url).write({"General.UnitName": "x"}) == {"General.UnitName": client.Answer(None, None)}
     with start("dome", "fault snapshot absent"):
         assert not asker.has_settings() and asker.read([client.CONSTANT])[client.CONSTANT].value

@@ -34,15 +34,8 @@ export function offerComparison({camera, reference, parameters, shown, show}) {
     find("compare-file").addEventListener("change", async () => {
         const [file] = find("compare-file").files;
         find("compare-file").value = ""; // so that the same one can be chosen again
-        if (!file) return;
-        try {
-            const {title, made, values} = fromFile(await file.text());
-            reference.set([file.name, title, made].filter(Boolean).join(", "), values);
-            find("compare-only").checked = true;
-            show([...values.keys()]);
-        } catch (error) {
-            say(find("notice"), `${file.name}: ${error.message}`);
-        }
+        const names = file ? await takeFile(file, reference) : [];
+        if (names.length) show(names);
     });
     find("compare-stop").addEventListener("click", () => reference.set("", new Map()));
     const update = () => {
@@ -61,4 +54,17 @@ export function offerComparison({camera, reference, parameters, shown, show}) {
     };
     find("compare-only").addEventListener("change", update);
     return update;
+}
+
+// Returns the names in it; none, if it cannot be compared with.
+async function takeFile(file, reference) {
+    try {
+        const {title, made, values} = fromFile(await file.text());
+        reference.set([file.name, title, made].filter(Boolean).join(", "), values);
+        find("compare-only").checked = true;
+        return [...values.keys()];
+    } catch (error) {
+        say(find("notice"), `${file.name}: ${error.message}`);
+        return [];
+    }
 }

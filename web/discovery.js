@@ -24,7 +24,7 @@ export class Discovery {
         this.isIncomplete = true; // the camera could not tell all
         camera.addEventListener("reading", ({detail: names}) => {
             const isOther = (name) => this.counts.has(name) && this.counts.get(name) !== this.countOf(name);
-            if (!this.running && names.some(isOther)) this.look();
+            if (!this.running && (names.some(isOther) || this.isAnother())) this.look();
         });
     }
 
@@ -64,14 +64,23 @@ export class Discovery {
 
     // Another camera at the same address: what the one before said is not its.
     identify() {
-        const words = IDENTITY.map((name) => this.camera.get(name));
-        if (words.includes(undefined)) return;
-        const isOther = this.identity && this.identity !== words.join("\n");
-        this.identity = words.join("\n");
-        if (!isOther) return;
+        const isAnother = this.isAnother();
+        this.identity = this.identityNow() || this.identity;
+        if (!isAnother) return;
         this.counts.clear();
         this.isStale = true;
         this.camera.forget();
+    }
+
+    // Empty while a word of it is not known.
+    identityNow() {
+        const words = IDENTITY.map((name) => this.camera.get(name));
+        return words.includes(undefined) ? "" : words.join("\n");
+    }
+
+    isAnother() {
+        const now = this.identityNow();
+        return this.identity !== "" && now !== "" && this.identity !== now;
     }
 
     // A camera that fails to tell a count still has what it had.

@@ -163,12 +163,27 @@ function listen() {
     find("read-all").addEventListener("click", () => readShown([...page.shown]));
     find("clear").addEventListener("click", () => check([...page.shown], false));
     find("every").addEventListener("change", repeat);
+    find("cancel").addEventListener("click", () => {
+        find("every").value = "0";
+        repeat();
+    });
     addEventListener("hashchange", takeLink);
     for (const button of find("skip").children) {
         button.addEventListener("click", () => find(button.dataset.to).focus());
     }
     offerExport();
+    document.addEventListener(
+        "click", ({target}) => closeMenus((menu) => !menu.contains(target) || target === find("keep")));
+    document.addEventListener("keydown", ({key}) => key === "Escape" && closeMenus(() => true));
     setInterval(() => page.rows.forEach((row) => row.tick()), 1000);
+}
+
+function closeMenus(isOver) {
+    for (const menu of document.querySelectorAll("details.menu[open]")) {
+        if (!isOver(menu)) continue;
+        if (menu.contains(document.activeElement)) menu.querySelector("summary").focus();
+        menu.removeAttribute("open");
+    }
 }
 
 function offerExport() {

@@ -171,7 +171,7 @@ static void Append(SideText *ptText, const char *pszText)
 {
     const size_t uLength = strlen(pszText);
     Provide_Room(ptText, uLength);
-    if (ptText->bFailed)
+    if (ptText->bFailed || uLength == 0) // no room yet, perhaps
         return;
     memcpy(ptText->pcText + ptText->uLength, pszText, uLength);
     ptText->uLength += uLength;

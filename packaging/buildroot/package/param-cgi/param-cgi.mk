@@ -16,7 +16,7 @@ PARAM_CGI_REDISTRIBUTE = NO
 
 # What a field report names the build by. The copy that is built has no history any more.
 ifneq ($(wildcard $(PARAM_CGI_SITE)/.git),)
-PARAM_CGI_BUILD_ID := $(shell git -C $(PARAM_CGI_SITE) describe --tags --always --dirty)
+PARAM_CGI_BUILD_ID := $(shell git -C $(PARAM_CGI_SITE) describe --tags --always --dirty 2>/dev/null)
 endif
 
 PARAM_CGI_CONF_OPTS = \
