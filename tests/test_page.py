@@ -167,16 +167,16 @@ def test_a_motion_window_by_mouse_and_by_keyboard(page):
     def sides():
         fields = page.driver.find_elements("css selector", f"[data-name='{POSITION}'] input")
         return [round(float(field.get_attribute("value")) * 20) / 20 for field in fields]
-    # A corner to draw, a place to draw a new one from, the middle of that one; from the middle of the image each.
+    # A corner, a place inside to draw a new one from, the middle of that one: each as seen from the image's middle.
     for x, y, way, drawn in ((2 - wide // 2, 2 - high // 2, (46, 52), [0.25, 0.5, 1, 1]),
-                             (-62, -22, (61, 30), [0.15, 0.3, 0.5, 0.55]), (-32, -8, (18, 13), [0.25, 0.4, 0.6, 0.7])):
+                             (-30, 10, (61, 30), [0.35, 0.6, 0.65, 0.9]), (0, 25, (22, -21), [0.45, 0.4, 0.8, 0.7])):
         ActionChains(page.driver, 0).move_to_element_with_offset(canvas, x, y).click_and_hold().move_by_offset(*way) \
             .release().perform()
         assert sides() == drawn
     canvas.send_keys(Keys.SHIFT, *[Keys.ARROW_LEFT] * 4, Keys.NULL, Keys.ARROW_DOWN, Keys.ARROW_LEFT)
     page.find("button[type=submit]", POSITION).click()
     page.wait(".message", "Written.", POSITION)
-    assert sides() == [0.25, 0.4, 0.55, 0.7]
+    assert sides() == [0.45, 0.4, 0.75, 0.7]
     page.wait("#log-lines", "set motion_c0_win_i0_polygonstd=")
     page.find("#search").send_keys(Keys.BACKSPACE * len("ROI.1.Position"))
     page.driver.save_screenshot(page.option.picture)
@@ -304,13 +304,17 @@ def test_what_is_not_sent_and_what_was_sent_all_the_same(page):
 
 def test_a_camera_that_hangs_and_another_one_at_its_address(page):
     page.start("dome")
+    page.show("VideoInput")
+    page.wait("#summary", "values read")
     page.change("fault semaphore taken")
+    page.find("#read-all").click()
+    page.wait("#camera-state", "Waiting for")
+    page.wait("#progress", " of 1")
+    page.find("#cancel").click()
+    page.find("#summary", wanted=lambda summary: summary.text.startswith("0 values read, "))
     page.driver.refresh()
     page.find("#tree [data-path='General.']")
-    page.wait("#camera-state", "Waiting for")
     page.wait("#camera-wait", "2 s")
-    page.find("#cancel").click()
-    page.wait("#summary", "not read")
     assert page.camera.stop() == CAMERA_WELL
     page.camera = Camera(page.option.simcam, f"{page.option.models}/encoder.model", ["fault ptz late:2000"])
     page.find("[data-service=ptz] [aria-pressed=true]:last-child[title='the true answer after 2000 milliseconds']")
@@ -351,7 +355,8 @@ PAGE = 'new Response("<!doctype html><title>Sign in</title>")'
 LOGINS = (
     (".cgi", PAGE, "The web server sent a page “Sign in” instead, as for a login."),
     (".json", PAGE, "cannot start: parameters.json: The web server sent"),
-    (".cgi", '{type: "opaqueredirect"}', "The web server leads elsewhere, as to a login page."),
+    *((place, '{type: "opaqueredirect"}', "The web server leads elsewhere, as to a login page.") for place in
+      (".cgi", ".json")),
     (".cgi", 'new Response("", {status: 401})', "The web server answered 401: it wants a login."))
 
 

@@ -1,10 +1,12 @@
 // The catalogue of parameters: its records, one per family, become the parameters that a camera has, by what the camera
 // announces.
 
-import {pageTrouble} from "./protocol.js";
+import {REDIRECTED, pageTrouble} from "./protocol.js";
 
 export async function loadCatalogue() {
-    const reply = await fetch("parameters.json");
+    const reply = await fetch("parameters.json", {redirect: "manual"}).catch(() => null);
+    if (!reply) throw new Error("the web server does not answer.");
+    if (reply.type === "opaqueredirect") throw new Error(`parameters.json: ${REDIRECTED}`);
     if (!reply.ok) throw new Error(`parameters.json: the web server answered ${reply.status}.`);
     const text = await reply.text();
     const trouble = pageTrouble(text, reply.headers.get("content-type"));

@@ -3,6 +3,7 @@
 
 export const PROGRAM = "/cgi-bin/param.cgi";
 export const CANCELLED = "Cancelled.";
+export const REDIRECTED = "The web server leads elsewhere, as to a login page.";
 
 export const queryOf = (names) => "?" + names.map((name) => "req=" + name).join("&");
 export const bodyOf = (name, value) => `${name}=${value}\r\n`;
@@ -51,7 +52,7 @@ export async function finish(done, {timeLimit}, signal) {
 async function take(reply, done) {
     // Followed, it would lead to a page that is no reply, and a write would be sent there.
     if (reply.type === "opaqueredirect") {
-        Object.assign(done, {status: "redirect", trouble: "The web server leads elsewhere, as to a login page."});
+        Object.assign(done, {status: "redirect", trouble: REDIRECTED});
         return;
     }
     done.status = `${reply.status} ${reply.statusText}`.trim();
