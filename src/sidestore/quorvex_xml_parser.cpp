@@ -8,14 +8,6 @@
 #include <string.h>
 #include <syslog.h>
 
-static bool Has_GOP(const char *pszCodec)
-{
-    for (const char *pszOffering : GOP_CODECS)
-        if (strcmp(pszCodec, pszOffering) == 0)
-            return true;
-    return false;
-}
-
 // Readers.
 
 char *Get_NTPInterval_from_QuorvexXML() { return Read_SideText({SIDE_NTP_INTERVAL}); }
@@ -84,8 +76,10 @@ int Set_VideoGOP_to_QuorvexXMLFile(int32_t iChannel, int32_t iStream, const char
     char szCodec[CODEC_TAG_SIZE];
     Copy_Text(szCodec, sizeof szCodec, pszCodec);
     const int iResult = Store_Number({SIDE_GOP, iChannel, iStream, szCodec}, iValue);
+    for (const char *pszOffered : GOP_CODECS)
+        if (strcmp(szCodec, pszOffered) == 0)
+            return iResult;
     // Also when the image could not be rebuilt.
-    if (!Has_GOP(szCodec))
-        syslog(LOG_INFO, "QuorvexXML: %s: Error Unknow codec: %s", __func__, szCodec);
-    return iResult;
+    syslog(LOG_INFO, "QuorvexXML: %s: Error Unknow codec: %s", __func__, szCodec);
+    return -1;
 }

@@ -161,10 +161,10 @@ bool Is_Storable(const char *pszText)
 static int Put_Window(const SidePlace &tPlace, const char *pszText)
 {
     XMLFileWindowData *ptWindow = Find_Window(tPlace);
-    if (ptWindow == nullptr || strlen(pszText) >= sizeof ptWindow->szWindow)
+    if (ptWindow == nullptr)
         return -1;
-    strcpy(ptWindow->szWindow, pszText);
-    return 0;
+    const size_t uLength = Copy_Text(ptWindow->szWindow, sizeof ptWindow->szWindow, pszText);
+    return uLength < sizeof ptWindow->szWindow ? 0 : -1;
 }
 
 int Put_InImage(const SidePlace &tPlace, const char *pszText)
