@@ -164,6 +164,7 @@ class RowUniverse:
     def add_names(self):
         names = [self.name[:-1], self.name + "x", self.name.lower(), self.name.replace(".", "..", 1)]
         names += [self.full_name(self.first | {index: number}) for index in self.indexes for number in ODD_NUMBERS]
+        names += [f"{self.name}.{word}" for word in self.catalogue["codecs"] if self.row.codec]
         self.add(read(*names))
         self.add([write(f"{name}=1") for name in [*names[:2], self.name]])
 
@@ -277,6 +278,10 @@ class RowUniverse:
                 if word != "ranges":
                     lines += [[f"readonly {path}"], [f"nofile {path}"]]
                     lines += [[f"file {path}={text}"] for text in BROKEN_FILES]
+        if any("file" in entry for entry in self.writes):
+            keys = [entry["key"] for entry in self.catalogue["shared"] if entry["when"] == "file"]
+            lines += [[f"request {key}={self.keys[key]}", "fault configer bytes:64"] for key in keys]
+            lines += [[*self.without(one), *self.without(two)] for one, two in itertools.combinations(keys, 2)]
         for camera in lines:
             self.add(self.ask(self.good), camera)
 

@@ -2,6 +2,8 @@
 
 #include "text.h"
 
+#include <algorithm>
+
 namespace {
 
 const uint32_t HEADER_SIZE = 8;
@@ -128,6 +130,10 @@ std::string Build_SnapshotImage(const Model &model)
         Apply_ModelLine("alias system_ntp=system_hostname", "", &shown);
     }
     Tree tree = Build_Tree(shown);
+    for (Node &node : tree) {
+        if (Has_Fault(model, SERVICE_SNAPSHOT, "backwards"))
+            std::reverse(node.children.begin(), node.children.end());
+    }
     Link_Nodes(model, &tree);
     std::string strings;
     const bool areTextsLast = Has_Fault(model, SERVICE_SNAPSHOT, "unterminated-texts");

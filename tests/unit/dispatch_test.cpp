@@ -128,35 +128,43 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
     EXPECT_EQ(Parse("a", 1, 3), -1);
 }
 
-TEST(Getenv, RefusesWritesThatAPageOfAnotherSiteMade)
+TEST(Getenv, RefusesWhatAWebServerDidNotPassOnAndWritesThatAPageOfAnotherSiteMade)
 {
-    static const struct {
-        const char *pszOrigin, *pszHost, *pszForwarded;
-        bool bRefused;
+    const char *const LENGTH = "Get content length failed";
+    const char *const SITE = "The request comes from another site";
+    const struct {
+        std::vector<const char *> apszChange; // NAME=VALUE, or a NAME that is not there
+        const char *pszMessage;
     } ROWS[] = {
-        {nullptr, "cam", nullptr, false},
-        {"", "cam", nullptr, false},
-        {"http://cam:8080", "cam:8080", nullptr, false},
-        {"https://CAM.Example", "cam.eXAMPLE", nullptr, false},
-        {"https://cam.example", "10.0.0.7", "cam.example", false},
-        {"http://cam", nullptr, nullptr, true},
-        {"http://cam", "cam:8080", "", true},
-        {"http://cam.evil", "cam", "cam", true},
-        {"http://cam", "cam.evil", nullptr, true},
-        {"http://", "", "", true},
-        {"null", "null", "null", true},
+        {{"SERVER_ADDR"}, "Get HTTP IP address failed"},
+        {{"REQUEST_METHOD"}, "Get HTTP method failed"},
+        {{"REQUEST_METHOD=get"}, "Get an unknown HTTP method"},
+        {{"REQUEST_METHOD=GET", "QUERY_STRING"}, "Get query string failed"},
+        {{"CONTENT_LENGTH=-1"}, "The post content length is too long"},
+        {{"CONTENT_LENGTH=4096"}, "The post content length is too long"},
+        {{"HTTP_ORIGIN="}, LENGTH},
+        {{"HTTP_ORIGIN=http://cam:8080", "HTTP_HOST=cam:8080"}, LENGTH},
+        {{"HTTP_ORIGIN=https://CAM.Example", "HTTP_HOST=cam.eXAMPLE"}, LENGTH},
+        {{"HTTP_ORIGIN=https://cam.example", "HTTP_HOST=10.0.0.7", "HTTP_X_FORWARDED_HOST=cam.example"}, LENGTH},
+        {{"HTTP_ORIGIN=http://cam", "HTTP_HOST"}, SITE},
+        {{"HTTP_ORIGIN=http://cam", "HTTP_HOST=cam:8080", "HTTP_X_FORWARDED_HOST="}, SITE},
+        {{"HTTP_ORIGIN=http://cam.evil", "HTTP_X_FORWARDED_HOST=cam"}, SITE},
+        {{"HTTP_ORIGIN=http://cam", "HTTP_HOST=cam.evil"}, SITE},
+        {{"HTTP_ORIGIN=http://", "HTTP_HOST=", "HTTP_X_FORWARDED_HOST="}, SITE},
+        {{"HTTP_ORIGIN=null", "HTTP_HOST=null", "HTTP_X_FORWARDED_HOST=null"}, SITE},
     };
-    setenv("SERVER_ADDR", "10.0.0.7", 1);
-    setenv("REQUEST_METHOD", "POST", 1);
+    char **ppszEnvironment = environ;
     for (const auto &tRow : ROWS) {
-        const std::pair<const char *, const char *> ENVIRONMENT[] = {
-            {"HTTP_ORIGIN", tRow.pszOrigin}, {"HTTP_HOST", tRow.pszHost}, {"HTTP_X_FORWARDED_HOST", tRow.pszForwarded}};
-        for (const auto &[pszName, pszValue] : ENVIRONMENT)
-            pszValue != nullptr ? setenv(pszName, pszValue, 1) : unsetenv(pszName);
+        char *pszNone = nullptr;
+        std::vector<std::string> astrVariable = {"SERVER_ADDR=10.0.0.7", "REQUEST_METHOD=POST", "HTTP_HOST=cam"};
+        astrVariable.insert(astrVariable.end(), tRow.apszChange.begin(), tRow.apszChange.end());
+        environ = &pszNone;
+        for (std::string &strVariable : astrVariable)
+            putenv(strVariable.data()); // without a "=" it takes one away
         ParamContext tContext = {};
-        EXPECT_EQ(Param_StateRoutine_Getenv(&tContext), -1) << "there is no body";
-        EXPECT_STREQ(tContext.szErrorMsg,
-                     tRow.bRefused ? "The request comes from another site\r\n" : "Get content length failed\r\n")
-            << testing::PrintToString(tRow.pszOrigin);
+        EXPECT_EQ(Param_StateRoutine_Getenv(&tContext), -1);
+        EXPECT_EQ(tContext.szErrorMsg, std::string(tRow.pszMessage) + "\r\n")
+            << testing::PrintToString(tRow.apszChange);
     }
+    environ = ppszEnvironment;
 }
