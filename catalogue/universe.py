@@ -164,9 +164,11 @@ class RowUniverse:
     def add_names(self):
         names = [self.name[:-1], self.name + "x", self.name.lower(), self.name.replace(".", "..", 1)]
         names += [self.full_name(self.first | {index: number}) for index in self.indexes for number in ODD_NUMBERS]
-        names += [f"{self.name}.{word}" for word in self.catalogue["codecs"] if self.row.codec]
         self.add(read(*names))
         self.add([write(f"{name}=1") for name in [*names[:2], self.name]])
+        if self.row.codec and self.is_writable:  # of a name that is as long as its row in the table more may follow
+            long = self.full_name(dict.fromkeys(self.indexes, 10))
+            self.add([write(f"{long}.{word}={self.good}") for word in self.catalogue["codecs"]])
 
     def add_distinct(self):
         """What the indexes choose: the places of all hold one of two texts, in patterns that tell them apart."""
