@@ -24,7 +24,7 @@ void qemu_plugin_register_atexit_cb(PluginId, void (*)(PluginId, void *), void *
 
 static FILE *s_pCounts;
 static FILE *s_pOrder;
-static uint64_t s_ulInstructions;
+static uint64_t s_qwInstructions;
 static uint64_t s_aulCalls[MAX_CALL];
 
 static void Write_Block(unsigned uCpu, void *pBlock)
@@ -33,11 +33,11 @@ static void Write_Block(unsigned uCpu, void *pBlock)
     fwrite(pBlock, 2 * sizeof(uint32_t), 1, s_pOrder);
 }
 
-static void Watch_Block(PluginId ulId, struct TranslatedBlock *ptBlock)
+static void Watch_Block(PluginId qwId, struct TranslatedBlock *ptBlock)
 {
-    (void)ulId;
+    (void)qwId;
     const size_t uInstructions = qemu_plugin_tb_n_insns(ptBlock);
-    qemu_plugin_register_vcpu_tb_exec_inline(ptBlock, INLINE_ADD, &s_ulInstructions, uInstructions);
+    qemu_plugin_register_vcpu_tb_exec_inline(ptBlock, INLINE_ADD, &s_qwInstructions, uInstructions);
     if (s_pOrder == NULL)
         return;
     uint32_t *pdwBlock = malloc(2 * sizeof *pdwBlock); // as long as the emulator runs
@@ -48,29 +48,29 @@ static void Watch_Block(PluginId ulId, struct TranslatedBlock *ptBlock)
     qemu_plugin_register_vcpu_tb_exec_cb(ptBlock, Write_Block, NO_REGISTERS, pdwBlock);
 }
 
-static void Count_Call(PluginId ulId, unsigned uCpu, int64_t lNumber, uint64_t a, uint64_t b, uint64_t c, uint64_t d,
+static void Count_Call(PluginId qwId, unsigned uCpu, int64_t lNumber, uint64_t a, uint64_t b, uint64_t c, uint64_t d,
                        uint64_t e, uint64_t f, uint64_t g, uint64_t h)
 {
-    (void)ulId, (void)uCpu, (void)a, (void)b, (void)c, (void)d, (void)e, (void)f, (void)g, (void)h;
+    (void)qwId, (void)uCpu, (void)a, (void)b, (void)c, (void)d, (void)e, (void)f, (void)g, (void)h;
     if (lNumber >= 0 && lNumber < MAX_CALL)
         s_aulCalls[lNumber]++;
 }
 
-static void Finish(PluginId ulId, void *pUser)
+static void Finish(PluginId qwId, void *pUser)
 {
-    (void)ulId, (void)pUser;
+    (void)qwId, (void)pUser;
     if (s_pOrder != NULL)
         fclose(s_pOrder);
     if (s_pCounts == NULL)
         return;
-    fprintf(s_pCounts, "instructions %llu\n", (unsigned long long)s_ulInstructions);
+    fprintf(s_pCounts, "instructions %llu\n", (unsigned long long)s_qwInstructions);
     for (int i = 0; i < MAX_CALL; i++)
         if (s_aulCalls[i] > 0)
             fprintf(s_pCounts, "call %d %llu\n", i, (unsigned long long)s_aulCalls[i]);
     fclose(s_pCounts);
 }
 
-int qemu_plugin_install(PluginId ulId, const void *pInfo, int iCount, char *apszArgument[])
+int qemu_plugin_install(PluginId qwId, const void *pInfo, int iCount, char *apszArgument[])
 {
     (void)pInfo;
     for (int i = 0; i < iCount; i++) {
@@ -79,8 +79,8 @@ int qemu_plugin_install(PluginId ulId, const void *pInfo, int iCount, char *apsz
         if (pcPath == NULL || (*ppFile = fopen(pcPath + 1, "w")) == NULL)
             return -1;
     }
-    qemu_plugin_register_vcpu_tb_trans_cb(ulId, Watch_Block);
-    qemu_plugin_register_vcpu_syscall_cb(ulId, Count_Call);
-    qemu_plugin_register_atexit_cb(ulId, Finish, NULL);
+    qemu_plugin_register_vcpu_tb_trans_cb(qwId, Watch_Block);
+    qemu_plugin_register_vcpu_syscall_cb(qwId, Count_Call);
+    qemu_plugin_register_atexit_cb(qwId, Finish, NULL);
     return 0;
 }

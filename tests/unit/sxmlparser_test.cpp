@@ -16,16 +16,16 @@
 #include <vector>
 
 /// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
-static std::function<bool()> g_fnOnCalloc;
+static std::function<bool()> g_pfnOnCalloc;
 extern "C" void *__real_calloc(size_t uCount, size_t uSize); // NOLINT
 extern "C" void *__wrap_calloc(size_t uCount, size_t uSize)  // NOLINT
 {
-    return !g_fnOnCalloc || g_fnOnCalloc() ? __real_calloc(uCount, uSize) : nullptr;
+    return !g_pfnOnCalloc || g_pfnOnCalloc() ? __real_calloc(uCount, uSize) : nullptr;
 }
 
 using Parser = std::unique_ptr<SXMLParserContext, void (*)(SXMLParserContext *)>;
 
-static Parser MakeParser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_MODE, 1, {}, {}, {}, {}, {}, 0, 0})
+static Parser Make_Parser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_MODE, 1, {}, {}, {}, {}, {}, 0, 0})
 {
     SXMLParserContext *pParser = nullptr;
     EXPECT_EQ(SXMLParser_Initial(&pParser), 0);
@@ -41,16 +41,16 @@ static int Parse(const Parser &pParser, const std::string &strText, int32_t iMod
     return SXMLParser_Process(pParser.get(), pText.get(), iMode);
 }
 
-static Parser ParseTree(const std::string &strText)
+static Parser Parse_Tree(const std::string &strText)
 {
-    Parser pParser = MakeParser();
+    Parser pParser = Make_Parser();
     EXPECT_EQ(Parse(pParser, strText), 0) << strText;
     return pParser;
 }
 
 static std::string TextOf(const char *pszText) { return pszText != nullptr ? pszText : "(none)"; }
 
-static std::string TagsOf(SXMLParserContext *p)
+static std::string Get_Tags(SXMLParserContext *p)
 {
     std::string strTags;
     for (const SXMLElement *pElement = SXMLParser_EnumStart(p); pElement != nullptr; pElement = SXMLParser_EnumNext(p))
@@ -61,39 +61,39 @@ static std::string TagsOf(SXMLParserContext *p)
 TEST(SxmlParser, AnswersByPathIndexAndAttribute)
 {
     const Parser pParser =
-        ParseTree("<?xml version=\"1.0\"?>\n<root v='2'>\n<quorvex><ntpinterval></ntpinterval><n>1</n><n>2</n>"
-                  "</quorvex><e x = \"a'b\"\ty='&lt;'k:1.-_=\"\"/></root>\n<top>t</top>");
+        Parse_Tree("<?xml version=\"1.0\"?>\n<root v='2'>\n<quorvex><ntpinterval></ntpinterval><n>1</n><n>2</n>"
+                   "</quorvex><e x = \"a'b\"\ty='&lt;'k:1.-_=\"\"/></root>\n<top>t</top>");
     SXMLParserContext *p = pParser.get();
-    const auto Value = [p](auto... pszTag) { return TextOf(SXMLParser_GetTagValueByName(p, pszTag..., nullptr)); };
-    EXPECT_EQ(Value("root", "quorvex", "ntpinterval") + Value("root", "quorvex", "n"), "1");
-    EXPECT_EQ(Value("root", "n") + Value("top") + Value("root", "quorvex"), "(none)(none)");
-    const auto Attribute = [p](const char *pszName, auto... pszTag) {
+    const auto pfnValue = [p](auto... pszTag) { return TextOf(SXMLParser_GetTagValueByName(p, pszTag..., nullptr)); };
+    EXPECT_EQ(pfnValue("root", "quorvex", "ntpinterval") + pfnValue("root", "quorvex", "n"), "1");
+    EXPECT_EQ(pfnValue("root", "n") + pfnValue("top") + pfnValue("root", "quorvex"), "(none)(none)");
+    const auto pfnAttribute = [p](const char *pszName, auto... pszTag) {
         return TextOf(SXMLParser_GetAttrValueByName(p, pszName, pszTag..., nullptr)) + "|" +
                std::to_string(pszName != nullptr ? SXMLParser_GetAttrIndex(p, pszName, pszTag..., nullptr) : 0);
     };
-    EXPECT_EQ(Attribute("x", "root", "e") + Attribute("y", "root", "e"), "a'b|2&lt;|3");
-    EXPECT_EQ(Attribute("k:1.-_", "root", "e") + Attribute("y", "root", "quorvex"), "|4(none)|0");
-    EXPECT_EQ(Attribute("y", "root") + Attribute(nullptr, "root", "e"), "(none)|0(none)|0");
+    EXPECT_EQ(pfnAttribute("x", "root", "e") + pfnAttribute("y", "root", "e"), "a'b|2&lt;|3");
+    EXPECT_EQ(pfnAttribute("k:1.-_", "root", "e") + pfnAttribute("y", "root", "quorvex"), "|4(none)|0");
+    EXPECT_EQ(pfnAttribute("y", "root") + pfnAttribute(nullptr, "root", "e"), "(none)|0(none)|0");
     EXPECT_EQ(SXMLParser_GetElementByTag(p, nullptr), nullptr);
     EXPECT_EQ(SXMLParser_GetElementByTag(p, "root", "e", nullptr), SXMLParser_GetElementByIndex(p, 6));
     EXPECT_EQ(SXMLParser_GetTagIndex(p, "root", "quorvex", "n", nullptr), 4);
     EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(p, 7)) + TextOf(SXMLParser_GetAttrValueByIndex(p, 1)), "t2");
     for (const int32_t iIndex : {INT32_MIN, -1, 0, 8, INT32_MAX})
         EXPECT_TRUE(!SXMLParser_GetElementByIndex(p, iIndex) && !SXMLParser_GetAttrValueByIndex(p, iIndex)) << iIndex;
-    EXPECT_EQ(TagsOf(p), "root quorvex ntpinterval n n e top ");
+    EXPECT_EQ(Get_Tags(p), "root quorvex ntpinterval n n e top ");
 }
 
 TEST(SxmlParser, AnswersNothingWithoutATree)
 {
-    EXPECT_EQ(TagsOf(nullptr) + TextOf(SXMLParser_GetAttrValueByName(nullptr, "x", "a", nullptr)), "(none)");
-    const Parser pParser = MakeParser();
+    EXPECT_EQ(Get_Tags(nullptr) + TextOf(SXMLParser_GetAttrValueByName(nullptr, "x", "a", nullptr)), "(none)");
+    const Parser pParser = Make_Parser();
     for (const char *pszText : {"", "no tag at all", "<!-- -->\n"}) {
-        EXPECT_EQ(TagsOf(pParser.get()), "");
+        EXPECT_EQ(Get_Tags(pParser.get()), "");
         EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "root", nullptr), 0);
         EXPECT_EQ(Parse(pParser, pszText), 0);
     }
     EXPECT_EQ(SXMLParser_Release(nullptr), -1);
-    SXMLParserContext *pReleased = MakeParser().release();
+    SXMLParserContext *pReleased = Make_Parser().release();
     EXPECT_EQ(SXMLParser_Release(&pReleased), 0);
     EXPECT_EQ(pReleased, nullptr);
 }
@@ -109,7 +109,7 @@ TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
     };
     for (const auto &[strValue, apszText] : tTextsByValue)
         for (const char *pszText : apszText)
-            EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(ParseTree(pszText).get(), 1)), strValue) << pszText;
+            EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(Parse_Tree(pszText).get(), 1)), strValue) << pszText;
 }
 
 TEST(SxmlParser, ReportsWhatIsWrong)
@@ -127,19 +127,19 @@ TEST(SxmlParser, ReportsWhatIsWrong)
     for (const auto &[dwCode, apszText] : tTextsByCode) {
         const bool bTreeOnly = dwCode == 0x80000005 || dwCode == 0x80000010; // callbacks see no nesting
         for (const char *pszText : apszText) {
-            const Parser pParser = MakeParser();
+            const Parser pParser = Make_Parser();
             EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText)), dwCode) << pszText;
             EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText, SXML_MODE_CALLBACK)), bTreeOnly ? 0 : dwCode)
                 << pszText;
         }
     }
-    EXPECT_EQ(Parse(MakeParser({}), "", SXML_MODE_CALLBACK), -1);
-    EXPECT_EQ(Parse(MakeParser(), "<", 3), 0);
+    EXPECT_EQ(Parse(Make_Parser({}), "", SXML_MODE_CALLBACK), -1);
+    EXPECT_EQ(Parse(Make_Parser(), "<", 3), 0);
 }
 
 TEST(SxmlParser, KnowsTheCharactersOfNames)
 {
-    const Parser pParser = MakeParser();
+    const Parser pParser = Make_Parser();
     for (int i = 1; i < 256; i++) {
         const std::string strChar(1, static_cast<char>(i));
         const bool bName = isalnum(i) != 0 || strchr("-.:_", i) != nullptr;
@@ -161,25 +161,17 @@ static uint32_t Log(void *pLog, std::initializer_list<std::pair<const char *, in
 TEST(SxmlParser, CallsBackInOrder)
 {
     std::string strLog;
-    SXMLParserOptions tOptions = {SXML_SET_CALLBACK_MODE | SXML_SET_CALLBACKS,
-                                  1,
-                                  [](void *p, const char *psz, int32_t i) {
-                                      return Log(p, {{"+", 1}, {psz, i}});
-                                  },
-                                  [](void *p, const char *psz, int32_t i) {
-                                      return Log(p, {{"-", 1}, {psz, i}});
-                                  },
-                                  [](void *p, const char *psz, int32_t i, const char *pszName, int32_t iName,
-                                     const char *pszValue, int32_t iValue) {
-                                      return Log(p, {{"@", 1}, {psz, i}, {pszName, iName}, {pszValue, iValue}});
-                                  },
-                                  [](void *p, const char *psz, int32_t i, const char *pszValue, int32_t iValue) {
-                                      return Log(p, {{"=", 1}, {psz, i}, {pszValue, iValue}});
-                                  },
-                                  &strLog,
-                                  8,
-                                  9};
-    const Parser pParser = MakeParser(tOptions);
+    SXMLParserOptions tOptions = {SXML_SET_CALLBACK_MODE | SXML_SET_CALLBACKS, 1, {}, {}, {}, {}, &strLog, 8, 9};
+    tOptions.pfnOpenTag = [](void *p, const char *psz, int32_t i) { return Log(p, {{"+", 1}, {psz, i}}); };
+    tOptions.pfnCloseTag = [](void *p, const char *psz, int32_t i) { return Log(p, {{"-", 1}, {psz, i}}); };
+    tOptions.pfnAttributeValue = [](void *p, const char *psz, int32_t i, const char *pszName, int32_t iName,
+                                    const char *pszValue, int32_t iValue) {
+        return Log(p, {{"@", 1}, {psz, i}, {pszName, iName}, {pszValue, iValue}});
+    };
+    tOptions.pfnTagValue = [](void *p, const char *psz, int32_t i, const char *pszValue, int32_t iValue) {
+        return Log(p, {{"=", 1}, {psz, i}, {pszValue, iValue}});
+    };
+    const Parser pParser = Make_Parser(tOptions);
     EXPECT_EQ(Parse(pParser, "x</z><a b='1' c=''>t</d ><e/>u</f>", SXML_MODE_CALLBACK), 0);
     EXPECT_EQ(strLog, "- z + a @ a b 1 @ a c  = a t - d + e = e NULL - e - f ");
     tOptions = {SXML_SET_CALLBACKS | SXML_SET_OPTION_WORDS, 7, {}, {}, {}, {}, {}, 8, 9};
@@ -198,39 +190,39 @@ static std::string Repeat(int iCount, const std::string &strText)
 
 TEST(SxmlParser, TakesAnyShape)
 {
-    const Parser pWide = ParseTree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
+    const Parser pWide = Parse_Tree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
     const SXMLElement *pFirst = pWide->pXMLElement;
     EXPECT_EQ(pFirst[1].iChildCount, 50001);
     EXPECT_TRUE(pFirst[4].pParent == pFirst + 1 && pFirst[2].pNextSibling == pFirst + 4);
-    EXPECT_EQ(ParseTree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
-    const Parser pLong = ParseTree("<a" + Repeat(20000, " b=''") + " c='d'/>");
+    EXPECT_EQ(Parse_Tree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
+    const Parser pLong = Parse_Tree("<a" + Repeat(20000, " b=''") + " c='d'/>");
     EXPECT_EQ(SXMLParser_GetAttrIndex(pLong.get(), "c", "a", nullptr), 20001);
 }
 
 TEST(SxmlParser, KeepsOneBlockOfTheExactSize)
 {
-    const Parser pParser = ParseTree("<abc x='1'><b>t</b><c></c></abc>");
+    const Parser pParser = Parse_Tree("<abc x='1'><b>t</b><c></c></abc>");
     const size_t uStrings = strlen("abc|x|1|b|t|c||") + alignof(SXMLElement) - 1; // "|" for the terminators
     const size_t uRecords = 4 * sizeof(SXMLElement) + 2 * sizeof(SXMLAttribute) + 2 * sizeof(void *);
     EXPECT_EQ(static_cast<size_t>(pParser->iBufferSize), uStrings + uRecords);
     const void *pBlock = pParser->pBuffer;
     EXPECT_EQ(Parse(pParser, "<abc>"), SXML_UNBALANCED);
     EXPECT_EQ(Parse(pParser, "<abc/>"), 0);
-    EXPECT_EQ(TagsOf(pParser.get()), "abc ");
+    EXPECT_EQ(Get_Tags(pParser.get()), "abc ");
     EXPECT_EQ(pParser->pBuffer, pBlock);
     EXPECT_EQ(Parse(pParser, "<a><b/><c/><d/></a>"), 0);
-    EXPECT_EQ(TagsOf(pParser.get()), "a b c d ");
+    EXPECT_EQ(Get_Tags(pParser.get()), "a b c d ");
 }
 
 TEST(SxmlParser, SurvivesWithoutMemory)
 {
-    const Parser pParser = ParseTree("<a/>");
+    const Parser pParser = Parse_Tree("<a/>");
     SXMLParserContext *pNone = pParser.get();
-    g_fnOnCalloc = [] { return false; };
+    g_pfnOnCalloc = [] { return false; };
     EXPECT_EQ(SXMLParser_Initial(&pNone), -1);
     EXPECT_EQ(Parse(pParser, "<root><a x='1'/></root>"), SXML_NO_MEMORY);
-    g_fnOnCalloc = nullptr;
-    EXPECT_EQ(TagsOf(pNone) + TagsOf(pParser.get()), "");
+    g_pfnOnCalloc = nullptr;
+    EXPECT_EQ(Get_Tags(pNone) + Get_Tags(pParser.get()), "");
     EXPECT_EQ(Parse(pParser, "<a/>"), 0);
 }
 
@@ -244,11 +236,11 @@ TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
     };
     for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase) {
         std::string strText = strCounted;
-        const Parser pParser = MakeParser();
-        g_fnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
+        const Parser pParser = Make_Parser();
+        g_pfnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
         EXPECT_DEATH(SXMLParser_Process(pParser.get(), strText.c_str(), SXML_MODE_TREE),
                      ": src/sxmlparser.c:[0-9]+: ConstructDOMCb: Assertion `" + strAssertion + "' failed");
-        g_fnOnCalloc = nullptr;
+        g_pfnOnCalloc = nullptr;
     }
 }
 
@@ -259,17 +251,17 @@ TEST(SxmlParser, ReadsFiles)
     const std::string strFile = tFolder / "file.xml", strPipe = tFolder / "pipe";
     ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0) << strPipe;
     std::ofstream(strFile) << "<root><a>" << std::string(70000, 'x') << "</a></root>";
-    const Parser pParser = MakeParser();
-    const auto Read = [&](const std::string &str) {
+    const Parser pParser = Make_Parser();
+    const auto pfnRead = [&](const std::string &str) {
         return SXMLParser_ProcessFile(pParser.get(), str.c_str(), SXML_MODE_TREE);
     };
-    EXPECT_EQ(Read(strFile + "x"), -1);
-    EXPECT_EQ(Read(strFile), 0);
+    EXPECT_EQ(pfnRead(strFile + "x"), -1);
+    EXPECT_EQ(pfnRead(strFile), 0);
     EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(pParser.get(), "root", "a", nullptr)).size(), 70000U);
-    EXPECT_EQ(Read(strPipe), 0);
-    EXPECT_EQ(TagsOf(pParser.get()), "root a ") << "where no size can be told nothing is parsed";
-    EXPECT_LE(Read(tFolder), 0);
+    EXPECT_EQ(pfnRead(strPipe), 0);
+    EXPECT_EQ(Get_Tags(pParser.get()), "root a ") << "where no size can be told nothing is parsed";
+    EXPECT_LE(pfnRead(tFolder), 0);
     std::filesystem::resize_file(strFile, 1UL << 31);
-    EXPECT_EQ(Read(strFile), -1) << "larger than memory";
+    EXPECT_EQ(pfnRead(strFile), -1) << "larger than memory";
     std::filesystem::remove_all(tFolder);
 }
