@@ -30,30 +30,30 @@ void qemu_plugin_register_atexit_cb(PluginId, void (*)(PluginId, void *), void *
 
 static FILE *s_pCounts;
 static FILE *s_pOrder;
-static uint64_t s_ulInstructions;
+static uint64_t s_qwInstructions;
 static uint64_t s_aulCalls[MAX_CALL];
 
 enum { PAGE = 4096, MAX_PAGE = 1024, CALL_SHMAT = 305, CALL_SHMDT = 306 }; // as Linux numbers them on ARM
-static uint64_t s_ulAttached;                                              // the address of the shared memory, or 0
+static uint64_t s_qwAttached;                                              // where the shared memory is, or 0
 static uint8_t s_abTouched[MAX_PAGE];
-static uint64_t s_ulTouched;
+static uint64_t s_qwTouched;
 
-static void Watch_Access(unsigned uCpu, uint32_t uInfo, uint64_t ulAddress, void *pUser)
+static void Watch_Access(unsigned uCpu, uint32_t uInfo, uint64_t qwAddress, void *pUser)
 {
     (void)uCpu, (void)uInfo, (void)pUser;
-    const uint64_t ulPage = (ulAddress - s_ulAttached) / PAGE;
-    if (s_ulAttached == 0 || ulAddress < s_ulAttached || ulPage >= MAX_PAGE || s_abTouched[ulPage])
+    const uint64_t qwPage = (qwAddress - s_qwAttached) / PAGE;
+    if (s_qwAttached == 0 || qwAddress < s_qwAttached || qwPage >= MAX_PAGE || s_abTouched[qwPage])
         return;
-    s_abTouched[ulPage] = 1;
-    s_ulTouched++;
+    s_abTouched[qwPage] = 1;
+    s_qwTouched++;
 }
 
-static void Watch_Return(PluginId ulId, unsigned uCpu, int64_t lNumber, int64_t lResult)
+static void Watch_Return(PluginId qwId, unsigned uCpu, int64_t lNumber, int64_t lResult)
 {
-    (void)ulId, (void)uCpu;
+    (void)qwId, (void)uCpu;
     if (lNumber != CALL_SHMAT && lNumber != CALL_SHMDT)
         return;
-    s_ulAttached = lNumber == CALL_SHMAT ? (uint32_t)lResult : 0;
+    s_qwAttached = lNumber == CALL_SHMAT ? (uint32_t)lResult : 0;
     memset(s_abTouched, 0, sizeof s_abTouched);
 }
 
@@ -63,11 +63,11 @@ static void Write_Block(unsigned uCpu, void *pBlock)
     fwrite(pBlock, 2 * sizeof(uint32_t), 1, s_pOrder);
 }
 
-static void Watch_Block(PluginId ulId, struct TranslatedBlock *ptBlock)
+static void Watch_Block(PluginId qwId, struct TranslatedBlock *ptBlock)
 {
-    (void)ulId;
+    (void)qwId;
     const size_t uInstructions = qemu_plugin_tb_n_insns(ptBlock);
-    qemu_plugin_register_vcpu_tb_exec_inline(ptBlock, INLINE_ADD, &s_ulInstructions, uInstructions);
+    qemu_plugin_register_vcpu_tb_exec_inline(ptBlock, INLINE_ADD, &s_qwInstructions, uInstructions);
     for (size_t i = 0; i < uInstructions; i++)
         qemu_plugin_register_vcpu_mem_cb(qemu_plugin_tb_get_insn(ptBlock, i), Watch_Access, NO_REGISTERS,
                                          READS_AND_WRITES, NULL);
@@ -81,30 +81,30 @@ static void Watch_Block(PluginId ulId, struct TranslatedBlock *ptBlock)
     qemu_plugin_register_vcpu_tb_exec_cb(ptBlock, Write_Block, NO_REGISTERS, pdwBlock);
 }
 
-static void Count_Call(PluginId ulId, unsigned uCpu, int64_t lNumber, uint64_t a, uint64_t b, uint64_t c, uint64_t d,
+static void Count_Call(PluginId qwId, unsigned uCpu, int64_t lNumber, uint64_t a, uint64_t b, uint64_t c, uint64_t d,
                        uint64_t e, uint64_t f, uint64_t g, uint64_t h)
 {
-    (void)ulId, (void)uCpu, (void)a, (void)b, (void)c, (void)d, (void)e, (void)f, (void)g, (void)h;
+    (void)qwId, (void)uCpu, (void)a, (void)b, (void)c, (void)d, (void)e, (void)f, (void)g, (void)h;
     if (lNumber >= 0 && lNumber < MAX_CALL)
         s_aulCalls[lNumber]++;
 }
 
-static void Finish(PluginId ulId, void *pUser)
+static void Finish(PluginId qwId, void *pUser)
 {
-    (void)ulId, (void)pUser;
+    (void)qwId, (void)pUser;
     if (s_pOrder != NULL)
         fclose(s_pOrder);
     if (s_pCounts == NULL)
         return;
-    fprintf(s_pCounts, "instructions %llu\n", (unsigned long long)s_ulInstructions);
+    fprintf(s_pCounts, "instructions %llu\n", (unsigned long long)s_qwInstructions);
     for (int i = 0; i < MAX_CALL; i++)
         if (s_aulCalls[i] > 0)
             fprintf(s_pCounts, "call %d %llu\n", i, (unsigned long long)s_aulCalls[i]);
-    fprintf(s_pCounts, "touched %llu\n", (unsigned long long)s_ulTouched);
+    fprintf(s_pCounts, "touched %llu\n", (unsigned long long)s_qwTouched);
     fclose(s_pCounts);
 }
 
-int qemu_plugin_install(PluginId ulId, const void *pInfo, int iCount, char *apszArgument[])
+int qemu_plugin_install(PluginId qwId, const void *pInfo, int iCount, char *apszArgument[])
 {
     (void)pInfo;
     for (int i = 0; i < iCount; i++) {
@@ -113,9 +113,9 @@ int qemu_plugin_install(PluginId ulId, const void *pInfo, int iCount, char *apsz
         if (pcPath == NULL || (*ppFile = fopen(pcPath + 1, "w")) == NULL)
             return -1;
     }
-    qemu_plugin_register_vcpu_tb_trans_cb(ulId, Watch_Block);
-    qemu_plugin_register_vcpu_syscall_cb(ulId, Count_Call);
-    qemu_plugin_register_vcpu_syscall_ret_cb(ulId, Watch_Return);
-    qemu_plugin_register_atexit_cb(ulId, Finish, NULL);
+    qemu_plugin_register_vcpu_tb_trans_cb(qwId, Watch_Block);
+    qemu_plugin_register_vcpu_syscall_cb(qwId, Count_Call);
+    qemu_plugin_register_vcpu_syscall_ret_cb(qwId, Watch_Return);
+    qemu_plugin_register_atexit_cb(qwId, Finish, NULL);
     return 0;
 }

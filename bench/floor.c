@@ -25,16 +25,16 @@
 #include <time.h>
 #include <unistd.h>
 
-static int Move_Semaphore(int iSemaphore, short nOperation)
+static int Move_Semaphore(int iSemaphore, short iOperation)
 {
     const struct timespec tPatience = {10, 0};
-    struct sembuf tOperation = {0, nOperation, SEM_UNDO};
+    struct sembuf tOperation = {0, iOperation, SEM_UNDO};
     return semtimedop(iSemaphore, &tOperation, 1, &tPatience);
 }
 
 enum { PAGE = 4096 }; // of the smallest kind
 
-static int Lookup(int bFirst, int iPages)
+static int Look_Up(int bFirst, int iPages)
 {
     const key_t tKey = ftok("/usr/sbin/configer", 99);
     const int iSemaphore = semget(tKey, 1, 0);
@@ -135,10 +135,10 @@ static int Do_Word(const char *pszWord)
     }
 }
 
-static int Take_Number(char **ppcNext)
+static int Take_Number(char **ppszNext)
 {
-    const long lNumber = strtol(*ppcNext, ppcNext, 10);
-    *ppcNext += **ppcNext == '+';
+    const long lNumber = strtol(*ppszNext, ppszNext, 10);
+    *ppszNext += **ppszNext == '+';
     return (int)lNumber;
 }
 
@@ -153,7 +153,7 @@ int main(int argc, char *argv[])
     const int iTouches = Take_Number(&pcNext);
     const int iExchanges = Take_Number(&pcNext);
     for (int i = 0; i < iReads; i++)
-        if (Lookup(i == 0, iTouches * (i + 1) / iReads - iTouches * i / iReads) != 0)
+        if (Look_Up(i == 0, iTouches * (i + 1) / iReads - iTouches * i / iReads) != 0)
             return EXIT_FAILURE;
     open("/var/run/ptzcgid.pid", O_RDONLY | O_CLOEXEC);
     if (iExchanges > 0 && read(STDIN_FILENO, acBody, sizeof acBody) <= 0)

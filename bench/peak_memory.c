@@ -1,5 +1,5 @@
-// peak_memory PROGRAM [ARGUMENT...]: runs a program, a path, and prints its largest resident set in KiB on standard error.
-// A child inherits the mark of whoever starts it, so this is static and small itself.
+// peak_memory PROGRAM [ARGUMENT...]: runs a program, a path, and prints its largest resident set in KiB on standard
+// error. A child inherits the mark of whoever starts it, so this is static and small itself.
 #include <stdio.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -28,30 +28,30 @@ using Series = std::vector<double>;
 
 struct Program {
     char **ppszArgument; // ends with a null pointer
-    Series afWall;
-    Series afCpu;
-    Series afFaults;
+    Series adWall;
+    Series adCpu;
+    Series adFaults;
 };
 
-double Seconds()
+double Get_Seconds()
 {
     timespec tNow = {};
     clock_gettime(CLOCK_MONOTONIC, &tNow);
     return static_cast<double>(tNow.tv_sec) + static_cast<double>(tNow.tv_nsec) / 1e9;
 }
 
-double Seconds(const rusage &tUsage)
+double Get_Seconds(const rusage &tUsage)
 {
     const timeval &tUser = tUsage.ru_utime, &tSystem = tUsage.ru_stime;
     return static_cast<double>(tUser.tv_sec + tSystem.tv_sec) +
            static_cast<double>(tUser.tv_usec + tSystem.tv_usec) / 1e6;
 }
 
-double Own_Seconds()
+double Get_OwnSeconds()
 {
     rusage tUsage = {};
     getrusage(RUSAGE_SELF, &tUsage);
-    return Seconds(tUsage);
+    return Get_Seconds(tUsage);
 }
 
 /// What the program has written is taken out of the pipe after its end: a reply is shorter than a pipe holds.
@@ -61,12 +61,12 @@ bool Empty_Pipe(int iPipe)
     return read(iPipe, acChunk, sizeof acChunk) > 0;
 }
 
-bool Run(Program &tProgram, const int (&aiPipe)[2])
+bool Run_Program(Program &tProgram, const int (&aiPipe)[2])
 {
     int iStatus = 0;
     rusage tUsage = {};
     lseek(STDIN_FILENO, 0, SEEK_SET);
-    const double fStart = Seconds(), fOwnStart = Own_Seconds();
+    const double dStart = Get_Seconds(), dOwnStart = Get_OwnSeconds();
     const pid_t iProcess = fork();
     if (iProcess == 0) {
         dup2(aiPipe[1], STDOUT_FILENO);
@@ -75,29 +75,29 @@ bool Run(Program &tProgram, const int (&aiPipe)[2])
     }
     if (iProcess < 0 || wait4(iProcess, &iStatus, 0, &tUsage) != iProcess || iStatus != 0 || !Empty_Pipe(aiPipe[0]))
         return false;
-    tProgram.afWall.push_back((Seconds() - fStart) * 1e6);
-    tProgram.afCpu.push_back((Seconds(tUsage) + Own_Seconds() - fOwnStart) * 1e6);
-    tProgram.afFaults.push_back(static_cast<double>(tUsage.ru_minflt + tUsage.ru_majflt));
+    tProgram.adWall.push_back((Get_Seconds() - dStart) * 1e6);
+    tProgram.adCpu.push_back((Get_Seconds(tUsage) + Get_OwnSeconds() - dOwnStart) * 1e6);
+    tProgram.adFaults.push_back(static_cast<double>(tUsage.ru_minflt + tUsage.ru_majflt));
     return true;
 }
 
-double Quantile(Series afValue, size_t uPart, size_t uParts)
+double Get_Quantile(Series adValue, size_t uPart, size_t uParts)
 {
-    std::sort(afValue.begin(), afValue.end());
-    return afValue[(afValue.size() - 1) * uPart / uParts];
+    std::sort(adValue.begin(), adValue.end());
+    return adValue[(adValue.size() - 1) * uPart / uParts];
 }
 
-double Median_Ratio(const Series &afValue, const Series &afFirst)
+double Median_Ratio(const Series &adValue, const Series &adFirst)
 {
-    Series afRatio(afValue.size());
-    std::transform(afValue.begin(), afValue.end(), afFirst.begin(), afRatio.begin(),
-                   [](double fValue, double fFirst) { return fFirst > 0 ? fValue / fFirst : 0; });
-    return Quantile(afRatio, 1, 2);
+    Series adRatio(adValue.size());
+    std::transform(adValue.begin(), adValue.end(), adFirst.begin(), adRatio.begin(),
+                   [](double dValue, double dFirst) { return dFirst > 0 ? dValue / dFirst : 0; });
+    return Get_Quantile(adRatio, 1, 2);
 }
 
-void Print_Series(const Series &afValue)
+void Print_Series(const Series &adValue)
 {
-    printf("%.0f %.0f %.0f ", Quantile(afValue, 1, 2), Quantile(afValue, 1, 4), Quantile(afValue, 3, 4));
+    printf("%.0f %.0f %.0f ", Get_Quantile(adValue, 1, 2), Get_Quantile(adValue, 1, 4), Get_Quantile(adValue, 3, 4));
 }
 
 std::vector<Program> Split_Arguments(int iCount, char *apszArgument[])
@@ -125,11 +125,11 @@ int main(int argc, char *argv[])
     // The programs take turns, in another order each round, so that a busy moment of the machine does not fall on one
     // of them alone.
     const size_t uPrograms = atProgram.size();
-    const double fEnd = Seconds() + MAX_SECONDS;
-    for (int iRound = -WARM_UP_ROUNDS; iRound < iRounds && Seconds() < fEnd; iRound++) {
+    const double dEnd = Get_Seconds() + MAX_SECONDS;
+    for (int iRound = -WARM_UP_ROUNDS; iRound < iRounds && Get_Seconds() < dEnd; iRound++) {
         for (size_t i = 0; i < uPrograms; i++) {
             Program &tProgram = atProgram[(i + static_cast<size_t>(iRound + WARM_UP_ROUNDS)) % uPrograms];
-            if (!Run(tProgram, aiPipe)) {
+            if (!Run_Program(tProgram, aiPipe)) {
                 fprintf(stderr, "process_cost: %s fails or writes nothing\n", tProgram.ppszArgument[0]);
                 return EXIT_FAILURE;
             }
@@ -138,13 +138,13 @@ int main(int argc, char *argv[])
             for (Program &tProgram : atProgram)
                 tProgram = {tProgram.ppszArgument, {}, {}, {}};
     }
-    if (atProgram[0].afWall.empty())
+    if (atProgram[0].adWall.empty())
         return EXIT_FAILURE;
     for (const Program &tProgram : atProgram) {
-        Print_Series(tProgram.afWall);
-        Print_Series(tProgram.afCpu);
-        printf("%.0f %.3f %.3f\n", Quantile(tProgram.afFaults, 1, 2),
-               Median_Ratio(tProgram.afWall, atProgram[0].afWall), Median_Ratio(tProgram.afCpu, atProgram[0].afCpu));
+        Print_Series(tProgram.adWall);
+        Print_Series(tProgram.adCpu);
+        printf("%.0f %.3f %.3f\n", Get_Quantile(tProgram.adFaults, 1, 2),
+               Median_Ratio(tProgram.adWall, atProgram[0].adWall), Median_Ratio(tProgram.adCpu, atProgram[0].adCpu));
     }
     return EXIT_SUCCESS;
 }

@@ -19,7 +19,7 @@ struct Level {
 struct Walk {
     SnapshotSegment *ptSegment;
     TreeSummary *ptSummary;
-    uint8_t *pbMet; ///< a bit for each word of the segment where an element begins
+    uint8_t *puMet; ///< a bit for each word of the segment where an element begins
     char szPath[PATH_SIZE];
     Level atLevel[TREE_DEPTH_MAX];
 };
@@ -44,10 +44,10 @@ static void Count_Damage(Walk *ptWalk, const char *pszDamage)
 
 static bool Is_FirstMeeting(Walk *ptWalk, uint32_t dwElement)
 {
-    uint8_t *pbMet = &ptWalk->pbMet[dwElement / 32];
-    const uint8_t bBit = static_cast<uint8_t>(1U << dwElement / 4 % 8);
-    const bool bFirst = (*pbMet & bBit) == 0;
-    *pbMet = static_cast<uint8_t>(*pbMet | bBit);
+    uint8_t *puMet = &ptWalk->puMet[dwElement / 32];
+    const uint8_t uBit = static_cast<uint8_t>(1U << dwElement / 4 % 8);
+    const bool bFirst = (*puMet & uBit) == 0;
+    *puMet = static_cast<uint8_t>(*puMet | uBit);
     return bFirst;
 }
 
@@ -135,12 +135,12 @@ int Walk_Tree(SnapshotSegment *ptSegment, void (*pfnKey)(const TreeKey *ptKey, v
 {
     *ptSummary = {};
     Walk *ptWalk = static_cast<Walk *>(calloc(1, sizeof *ptWalk));
-    uint8_t *pbMet = static_cast<uint8_t *>(calloc(ptSegment->dwSize / 32 + 1, 1));
-    const bool bMemory = ptWalk != nullptr && pbMet != nullptr;
+    uint8_t *puMet = static_cast<uint8_t *>(calloc(ptSegment->dwSize / 32 + 1, 1));
+    const bool bMemory = ptWalk != nullptr && puMet != nullptr;
     if (bMemory) {
         ptWalk->ptSegment = ptSegment;
         ptWalk->ptSummary = ptSummary;
-        ptWalk->pbMet = pbMet;
+        ptWalk->puMet = puMet;
         uint32_t dwRoot = 0;
         memcpy(&dwRoot, ptSegment->pcBase + sizeof dwRoot, sizeof dwRoot);
         dwRoot = MapRealAddr(ptSegment, dwRoot);
@@ -151,7 +151,7 @@ int Walk_Tree(SnapshotSegment *ptSegment, void (*pfnKey)(const TreeKey *ptKey, v
             Count_Damage(ptWalk, "the link to the root leads out of the segment");
     }
     free(ptWalk);
-    free(pbMet);
+    free(puMet);
     return bMemory ? 0 : -1;
 }
 
@@ -161,6 +161,7 @@ int Copy_Segment(const void *pSegment, size_t uSize, SnapshotSegment *ptCopy)
     if (pCopy == nullptr)
         return -1;
     memcpy(pCopy, pSegment, uSize);
+    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): Release_Copy frees it.
     *ptCopy = View_Segment(pCopy, static_cast<uint32_t>(uSize));
     return 0;
 }

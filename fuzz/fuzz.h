@@ -46,9 +46,9 @@ inline uint8_t Take_Byte(FuzzInput *ptInput)
 }
 
 /// Takes the bytes before the next separator, and the separator.
-inline FuzzText Take_Text(FuzzInput *ptInput, uint8_t bySeparator)
+inline FuzzText Take_Text(FuzzInput *ptInput, uint8_t uSeparator)
 {
-    const uint8_t *pEnd = std::find(ptInput->pData, ptInput->pData + ptInput->uSize, bySeparator);
+    const uint8_t *pEnd = std::find(ptInput->pData, ptInput->pData + ptInput->uSize, uSeparator);
     const size_t uLength = static_cast<size_t>(pEnd - ptInput->pData);
     FuzzText acText = Make_Text(ptInput->pData, uLength);
     const size_t uTaken = std::min(uLength + 1, ptInput->uSize);

@@ -6,4 +6,4 @@
 #include "requests.h"
 
 /// Applies all of the lines, or none. Returns the answer for who sent them: "ok", or which line is wrong and why.
-std::string Change_Camera(const std::string &text, Camera *pCamera);
+std::string Change_Camera(const std::string &strText, Camera *ptCamera);

@@ -22,9 +22,9 @@ const struct {
 
 struct FaultRow {
     const char *pszWord;
-    Service first; // the services that the fault can be had for
-    Service last;
-    bool isNumbered;
+    Service eFirst; // the services that the fault can be had for
+    Service eLast;
+    bool bNumbered;
     const char *pszWhat;
 };
 
@@ -59,78 +59,79 @@ const FaultRow FAULT_ROWS[] = {
     {"taken", SERVICE_SEMAPHORE, SERVICE_SEMAPHORE, false, "the semaphore is held for good"},
 };
 
-bool Is_Of_Service(const FaultRow &row, size_t service) { return row.first <= service && service <= row.last; }
+bool Is_OfService(const FaultRow &tRow, size_t uService) { return tRow.eFirst <= uService && uService <= tRow.eLast; }
 
-std::string Get_Pattern(const FaultRow &row) { return std::string(row.pszWord) + (row.isNumbered ? ":N" : ""); }
+std::string Get_Pattern(const FaultRow &tRow) { return std::string(tRow.pszWord) + (tRow.bNumbered ? ":N" : ""); }
 
 std::string List_Services()
 {
-    std::string list;
-    for (size_t service = SERVICE_ANALYTICS; service < SERVICE_COUNT; ++service)
-        list += (list.empty() ? "" : ", ") + std::string(SERVICES[service].pszWord);
-    return list;
+    std::string strList;
+    for (size_t uService = SERVICE_ANALYTICS; uService < SERVICE_COUNT; ++uService)
+        strList += (strList.empty() ? "" : ", ") + std::string(SERVICES[uService].pszWord);
+    return strList;
 }
 
-std::string List_Faults(size_t service)
+std::string List_Faults(size_t uService)
 {
-    std::string list;
-    for (const FaultRow &row : FAULT_ROWS) {
-        if (Is_Of_Service(row, service))
-            list += (list.empty() ? "" : ", ") + Get_Pattern(row);
+    std::string strList;
+    for (const FaultRow &tRow : FAULT_ROWS) {
+        if (Is_OfService(tRow, uService))
+            strList += (strList.empty() ? "" : ", ") + Get_Pattern(tRow);
     }
-    return list;
+    return strList;
 }
 
 } // namespace
 
-std::string Parse_Fault(const std::string &text, FaultList *pFaults)
+std::string Parse_Fault(const std::string &strText, FaultList *pFaults)
 {
-    const size_t blank = text.find(' ');
-    const std::string serviceWord = text.substr(0, blank);
-    const std::string faultText = blank == std::string::npos ? "" : text.substr(blank + 1);
-    const size_t colon = faultText.find(':');
-    const bool isNumbered = colon != std::string::npos;
-    size_t service = SERVICE_ANALYTICS;
-    while (service < SERVICE_COUNT && serviceWord != SERVICES[service].pszWord)
-        ++service;
-    if (service == SERVICE_COUNT)
-        return "no service \"" + serviceWord + "\"; there are " + List_Services();
-    for (const FaultRow &row : FAULT_ROWS) {
-        Fault fault = {row.pszWord, 0};
-        if (!Is_Of_Service(row, service) || faultText.substr(0, colon) != row.pszWord || isNumbered != row.isNumbered ||
-            (isNumbered && !Parse_Number(faultText.substr(colon + 1), MAX_NUMBER, &fault.number))) {
+    const size_t uBlank = strText.find(' ');
+    const std::string strServiceWord = strText.substr(0, uBlank);
+    const std::string strFaultText = uBlank == std::string::npos ? "" : strText.substr(uBlank + 1);
+    const size_t uColon = strFaultText.find(':');
+    const bool bNumbered = uColon != std::string::npos;
+    size_t uService = SERVICE_ANALYTICS;
+    while (uService < SERVICE_COUNT && strServiceWord != SERVICES[uService].pszWord)
+        ++uService;
+    if (uService == SERVICE_COUNT)
+        return "no service \"" + strServiceWord + "\"; there are " + List_Services();
+    for (const FaultRow &tRow : FAULT_ROWS) {
+        Fault tFault = {tRow.pszWord, 0};
+        if (!Is_OfService(tRow, uService) || strFaultText.substr(0, uColon) != tRow.pszWord ||
+            bNumbered != tRow.bNumbered ||
+            (bNumbered && !Parse_Number(strFaultText.substr(uColon + 1), MAX_NUMBER, &tFault.uNumber))) {
             continue;
         }
-        (*pFaults)[service] = fault.word == "none" ? Fault() : fault;
+        (*pFaults)[uService] = tFault.strWord == "none" ? Fault() : tFault;
         return "";
     }
-    return "no fault \"" + faultText + "\" of " + serviceWord + "; there are " + List_Faults(service);
+    return "no fault \"" + strFaultText + "\" of " + strServiceWord + "; there are " + List_Faults(uService);
 }
 
 std::string Describe_Faults()
 {
-    std::string lines;
-    for (size_t service = SERVICE_ANALYTICS; service < SERVICE_COUNT; ++service) {
-        const std::string word = SERVICES[service].pszWord;
-        lines += word + "\t\t" + SERVICES[service].pszWhat + "\n";
-        for (const FaultRow &row : FAULT_ROWS) {
-            if (Is_Of_Service(row, service))
-                lines += word + "\t" + Get_Pattern(row) + "\t" + row.pszWhat + "\n";
+    std::string strLines;
+    for (size_t uService = SERVICE_ANALYTICS; uService < SERVICE_COUNT; ++uService) {
+        const std::string strWord = SERVICES[uService].pszWord;
+        strLines += strWord + "\t\t" + SERVICES[uService].pszWhat + "\n";
+        for (const FaultRow &tRow : FAULT_ROWS) {
+            if (Is_OfService(tRow, uService))
+                strLines += strWord + "\t" + Get_Pattern(tRow) + "\t" + tRow.pszWhat + "\n";
         }
     }
-    return lines;
+    return strLines;
 }
 
-std::string List_PresentFaults(const FaultList &faults)
+std::string List_PresentFaults(const FaultList &atFaults)
 {
-    std::string lines;
-    for (size_t service = SERVICE_ANALYTICS; service < SERVICE_COUNT; ++service) {
-        const Fault &fault = faults[service];
-        for (const FaultRow &row : FAULT_ROWS) {
-            if (Is_Of_Service(row, service) && fault.word == row.pszWord)
-                lines += std::string("now\t") + SERVICES[service].pszWord + "\t" + fault.word +
-                         (row.isNumbered ? ":" + std::to_string(fault.number) : "") + "\n";
+    std::string strLines;
+    for (size_t uService = SERVICE_ANALYTICS; uService < SERVICE_COUNT; ++uService) {
+        const Fault &tFault = atFaults[uService];
+        for (const FaultRow &tRow : FAULT_ROWS) {
+            if (Is_OfService(tRow, uService) && tFault.strWord == tRow.pszWord)
+                strLines += std::string("now\t") + SERVICES[uService].pszWord + "\t" + tFault.strWord +
+                            (tRow.bNumbered ? ":" + std::to_string(tFault.uNumber) : "") + "\n";
         }
     }
-    return lines;
+    return strLines;
 }

@@ -18,21 +18,21 @@ enum Service {
 };
 
 struct Fault {
-    std::string word;         // empty: the service is in good health
-    unsigned long number = 0; // of the faults that are written with one, as in "late:1500"
+    std::string strWord;       // empty: the service is in good health
+    unsigned long uNumber = 0; // of the faults that are written with one, as in "late:1500"
 
-    bool operator==(const Fault &other) const { return word == other.word && number == other.number; }
+    bool operator==(const Fault &tOther) const { return strWord == tOther.strWord && uNumber == tOther.uNumber; }
 };
 
 using FaultList = std::array<Fault, SERVICE_COUNT>;
 
 /// Enters the fault of "SERVICE FAULT" into the list, in place of an earlier one of the same service. Returns an empty
 /// text, or what is wrong and what there is instead.
-std::string Parse_Fault(const std::string &text, FaultList *pFaults);
+std::string Parse_Fault(const std::string &strText, FaultList *pFaults);
 
 /// A line "SERVICE<TAB>FAULT<TAB>WHAT IT DOES" for each fault that can be had. A service has one more in front of them
 /// that has no fault: what the service is and what shows that it is ill.
 std::string Describe_Faults();
 
 /// A line "now<TAB>SERVICE<TAB>FAULT" for each fault that there is.
-std::string List_PresentFaults(const FaultList &faults);
+std::string List_PresentFaults(const FaultList &atFaults);

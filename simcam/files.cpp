@@ -24,8 +24,9 @@ enum Repeat { ONCE, PER_CHANNEL, PER_STREAM, PER_WINDOW, IF_OFFERED, REPEAT_COUN
 
 /// An element of an XML file: what is inside follows in deeper rows. A file is a row of depth 0, named by its path.
 struct ElementRow {
-    int depth;
-    Repeat repeat; // PER_x: one element per index, which is put behind the tag; IF_OFFERED: a codec that the camera has
+    int iDepth;
+    // PER_x: one element per index, which is put behind the tag; IF_OFFERED: a codec that the camera has.
+    Repeat eRepeat;
     const char *pszTag;
     const char *pszDefault; // the value, unless the model gives another one; null: none
 };
@@ -88,260 +89,263 @@ const ElementRow ELEMENTS[] = {
 
 /// What the writing of the files needs to know.
 struct XmlWriter {
-    int counts[REPEAT_COUNT]; // how often an element repeats
-    std::string codecs;
-    SideValues given;  // the values of the model that no file has had yet
-    SideValues *pKept; // those that go before them
-    std::string text;
+    int aiCounts[REPEAT_COUNT]; // how often an element repeats
+    std::string strCodecs;
+    SideValues tGiven;  // the values of the model that no file has had yet
+    SideValues *ptKept; // those that go before them
+    std::string strText;
 };
 
 /// The row behind an element and all that is inside.
-const ElementRow *Skip_Element(const ElementRow *pRow)
+const ElementRow *Skip_Element(const ElementRow *ptRow)
 {
-    const int depth = pRow->depth;
-    while (++pRow != std::end(ELEMENTS) && pRow->depth > depth)
+    const int iDepth = ptRow->iDepth;
+    while (++ptRow != std::end(ELEMENTS) && ptRow->iDepth > iDepth)
         continue;
-    return pRow;
+    return ptRow;
 }
 
 /// The model names a value by its path below root and quorvex, joined by "_".
-std::string Get_Value(const ElementRow &row, const std::string &path, XmlWriter *pWriter)
+std::string Get_Value(const ElementRow &tRow, const std::string &strPath, XmlWriter *ptWriter)
 {
-    const auto given = pWriter->given.extract(path);
-    const auto kept = pWriter->pKept->extract(path);
-    if (!kept.empty())
-        return kept.mapped();
-    return given.empty() ? row.pszDefault : given.mapped();
+    const auto tGiven = ptWriter->tGiven.extract(strPath);
+    const auto tKept = ptWriter->ptKept->extract(strPath);
+    if (!tKept.empty())
+        return tKept.mapped();
+    return tGiven.empty() ? tRow.pszDefault : tGiven.mapped();
 }
 
 /// Writes the elements between two rows of one depth, one tag to a line, indented by tabs. It calls itself for what is
 /// inside an element, so as deep as the table goes.
-void Write_Elements(const ElementRow *pRow, const ElementRow *pEnd, const std::string &path, XmlWriter *pWriter)
+void Write_Elements(const ElementRow *ptRow, const ElementRow *ptEnd, const std::string &strPath, XmlWriter *ptWriter)
 {
-    for (; pRow != pEnd; pRow = Skip_Element(pRow)) {
-        const bool isIndexed = pRow->repeat != ONCE && pRow->repeat != IF_OFFERED;
-        const bool isAbsent = pRow->repeat == IF_OFFERED && pWriter->codecs.find(pRow->pszTag) == std::string::npos;
-        const std::string indent(static_cast<size_t>(pRow->depth) - 1, '\t');
-        for (int i = 0; i < pWriter->counts[pRow->repeat] && !isAbsent; ++i) {
-            const std::string tag = pRow->pszTag + (isIndexed ? std::to_string(i) : "");
-            const std::string here = path.empty() && (tag == "root" || tag == "quorvex") ? "" : path + tag;
-            pWriter->text.append(indent).append("<" + tag + ">");
-            if (pRow->pszDefault != nullptr) {
-                pWriter->text += Get_Value(*pRow, here, pWriter);
+    for (; ptRow != ptEnd; ptRow = Skip_Element(ptRow)) {
+        const bool bIndexed = ptRow->eRepeat != ONCE && ptRow->eRepeat != IF_OFFERED;
+        const bool bAbsent =
+            ptRow->eRepeat == IF_OFFERED && ptWriter->strCodecs.find(ptRow->pszTag) == std::string::npos;
+        const std::string strIndent(static_cast<size_t>(ptRow->iDepth) - 1, '\t');
+        for (int i = 0; i < ptWriter->aiCounts[ptRow->eRepeat] && !bAbsent; ++i) {
+            const std::string strTag = ptRow->pszTag + (bIndexed ? std::to_string(i) : "");
+            const std::string strHere =
+                strPath.empty() && (strTag == "root" || strTag == "quorvex") ? "" : strPath + strTag;
+            ptWriter->strText.append(strIndent).append("<" + strTag + ">");
+            if (ptRow->pszDefault != nullptr) {
+                ptWriter->strText += Get_Value(*ptRow, strHere, ptWriter);
             } else {
-                pWriter->text += "\n";
-                Write_Elements(pRow + 1, Skip_Element(pRow), here.empty() ? "" : here + "_", pWriter);
-                pWriter->text += indent;
+                ptWriter->strText += "\n";
+                Write_Elements(ptRow + 1, Skip_Element(ptRow), strHere.empty() ? "" : strHere + "_", ptWriter);
+                ptWriter->strText += strIndent;
             }
-            pWriter->text.append("</" + tag + ">\n");
+            ptWriter->strText.append("</" + strTag + ">\n");
         }
     }
 }
 
 /// The values of an XML file, whatever its layout. Returns false when its elements do not nest.
-bool Read_Values(const std::string &text, SideValues *pValues)
+bool Read_Values(const std::string &strText, SideValues *ptValues)
 {
-    std::vector<std::string> open = {""}; // the paths of the open elements
-    std::vector<std::string> tags;
-    size_t end = 0;
-    bool isLeaf = false;
-    for (size_t start = text.find('<'); start != std::string::npos; start = text.find('<', end)) {
-        const size_t textStart = end + 1;
-        end = text.find('>', start);
-        const std::string tag = end == std::string::npos ? "/" : text.substr(start + 1, end - start - 1);
-        if (tag.empty() || tag[0] == '?' || tag[0] == '!')
+    std::vector<std::string> astrOpen = {""}; // the paths of the open elements
+    std::vector<std::string> astrTags;
+    size_t uEnd = 0;
+    bool bLeaf = false;
+    for (size_t uStart = strText.find('<'); uStart != std::string::npos; uStart = strText.find('<', uEnd)) {
+        const size_t uTextStart = uEnd + 1;
+        uEnd = strText.find('>', uStart);
+        const std::string strTag = uEnd == std::string::npos ? "/" : strText.substr(uStart + 1, uEnd - uStart - 1);
+        if (strTag.empty() || strTag[0] == '?' || strTag[0] == '!')
             continue;
-        if (tag[0] != '/') {
-            const bool isNamed = tag != "root" && tag != "quorvex";
-            open.push_back(isNamed ? open.back() + (open.back().empty() ? "" : "_") + tag : open.back());
-            tags.push_back(tag);
-            isLeaf = true;
+        if (strTag[0] != '/') {
+            const bool bNamed = strTag != "root" && strTag != "quorvex";
+            astrOpen.push_back(bNamed ? astrOpen.back() + (astrOpen.back().empty() ? "" : "_") + strTag
+                                      : astrOpen.back());
+            astrTags.push_back(strTag);
+            bLeaf = true;
             continue;
         }
-        if (tags.empty() || tags.back() != tag.substr(1))
+        if (astrTags.empty() || astrTags.back() != strTag.substr(1))
             return false;
-        if (isLeaf)
-            (*pValues)[open.back()] = text.substr(textStart, start - textStart);
-        isLeaf = false;
-        open.pop_back();
-        tags.pop_back();
+        if (bLeaf)
+            (*ptValues)[astrOpen.back()] = strText.substr(uTextStart, uStart - uTextStart);
+        bLeaf = false;
+        astrOpen.pop_back();
+        astrTags.pop_back();
     }
-    return tags.empty();
+    return astrTags.empty();
 }
 
 /// No text where there is no such file, or it cannot be read.
-std::optional<std::string> Read_File(const std::string &path)
+std::optional<std::string> Read_File(const std::string &strPath)
 {
-    std::ifstream file(path);
-    if (!file.is_open())
+    std::ifstream tFile(strPath);
+    if (!tFile.is_open())
         return std::nullopt;
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    return std::string(std::istreambuf_iterator<char>(tFile), {});
 }
 
 /// The settings files of a folder; those that are not there have no values. Returns an empty text, or what is wrong.
-std::string Read_SideFiles(const std::string &folder, SideValues *pValues)
+std::string Read_SideFiles(const std::string &strFolder, SideValues *ptValues)
 {
-    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
-        const std::string path = folder + strrchr(pFile->pszTag, '/');
-        const std::optional<std::string> text = Read_File(path);
-        if (!text.has_value() && access(path.c_str(), F_OK) == 0)
-            return "cannot read " + path;
-        if (strcmp(pFile->pszTag, CAPABILITY_FILE) != 0 && !Read_Values(text.value_or(""), pValues))
-            return path + " is no settings file";
+    for (const ElementRow *ptFile = ELEMENTS; ptFile != std::end(ELEMENTS); ptFile = Skip_Element(ptFile)) {
+        const std::string strPath = strFolder + strrchr(ptFile->pszTag, '/');
+        const std::optional<std::string> tText = Read_File(strPath);
+        if (!tText.has_value() && access(strPath.c_str(), F_OK) == 0)
+            return "cannot read " + strPath;
+        if (strcmp(ptFile->pszTag, CAPABILITY_FILE) != 0 && !Read_Values(tText.value_or(""), ptValues))
+            return strPath + " is no settings file";
     }
     return "";
 }
 
 /// The counts of the model's shape, and the least that a camera has.
 const struct {
-    Repeat repeat;
+    Repeat eRepeat;
     const char *pszKey;
-    unsigned long least;
+    unsigned long uLeast;
 } COUNTS[] = {{PER_CHANNEL, "capability_nvideoin", 1},
               {PER_STREAM, "capability_nmediastream", 1},
               {PER_WINDOW, "capability_nmotion", 0}};
 
-std::string Check_Shape(const Model &model)
+std::string Check_Shape(const Model &tModel)
 {
-    unsigned long number = 0;
-    for (const auto &[repeat, pszKey, least] : COUNTS) {
-        const std::string value = Get_KeyValue(model, pszKey);
-        if (!Parse_Number(value, MAX_COUNT, &number) || number < least)
-            return std::string("model: key ") + pszKey + "=" + value + ": expected a number from " +
-                   std::to_string(least) + " to " + std::to_string(MAX_COUNT);
+    unsigned long uNumber = 0;
+    for (const auto &[eRepeat, pszKey, uLeast] : COUNTS) {
+        const std::string strValue = Get_KeyValue(tModel, pszKey);
+        if (!Parse_Number(strValue, MAX_COUNT, &uNumber) || uNumber < uLeast)
+            return std::string("model: key ") + pszKey + "=" + strValue + ": expected a number from " +
+                   std::to_string(uLeast) + " to " + std::to_string(MAX_COUNT);
     }
-    const std::string codecs = Get_KeyValue(model, CODECS_KEY);
-    const auto isOffered = [&](const ElementRow &row) {
-        return row.repeat == IF_OFFERED && codecs.find(row.pszTag) != std::string::npos;
+    const std::string strCodecs = Get_KeyValue(tModel, CODECS_KEY);
+    const auto pfnIsOffered = [&](const ElementRow &tRow) {
+        return tRow.eRepeat == IF_OFFERED && strCodecs.find(tRow.pszTag) != std::string::npos;
     };
-    if (std::none_of(std::begin(ELEMENTS), std::end(ELEMENTS), isOffered))
-        return std::string("model: key ") + CODECS_KEY + "=" + codecs + ": expected one of mpeg4, mjpeg, h264, h265";
+    if (std::none_of(std::begin(ELEMENTS), std::end(ELEMENTS), pfnIsOffered))
+        return std::string("model: key ") + CODECS_KEY + "=" + strCodecs + ": expected one of mpeg4, mjpeg, h264, h265";
     return "";
 }
 
 /// Whoever reads the file sees the old one or the new one. What could not be written whole leaves nothing behind.
-std::string Write_File(const std::string &path, const std::string &text)
+std::string Write_File(const std::string &strPath, const std::string &strText)
 {
-    std::error_code ignored; // the open tells
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
-    const std::string newPath = path + ".new";
-    FILE *pFile = fopen(newPath.c_str(), "we");
-    bool isWritten = pFile != nullptr;
-    if (isWritten) {
-        isWritten = fwrite(text.data(), 1, text.size(), pFile) == text.size();
-        isWritten = fclose(pFile) == 0 && isWritten && rename(newPath.c_str(), path.c_str()) == 0;
+    std::error_code tIgnored; // the open tells
+    std::filesystem::create_directories(std::filesystem::path(strPath).parent_path(), tIgnored);
+    const std::string strNewPath = strPath + ".new";
+    FILE *ptFile = fopen(strNewPath.c_str(), "we");
+    bool bWritten = ptFile != nullptr;
+    if (bWritten) {
+        bWritten = fwrite(strText.data(), 1, strText.size(), ptFile) == strText.size();
+        bWritten = fclose(ptFile) == 0 && bWritten && rename(strNewPath.c_str(), strPath.c_str()) == 0;
     }
-    if (isWritten)
+    if (bWritten)
         return "";
-    std::string error = "cannot write " + path + ": " + strerror(errno);
-    unlink(newPath.c_str());
-    return error;
+    std::string strError = "cannot write " + strPath + ": " + strerror(errno);
+    unlink(strNewPath.c_str());
+    return strError;
 }
 
-std::string Put_Files(const CameraFiles &files, const std::set<std::string> &readOnly)
+std::string Put_Files(const CameraFiles &tFiles, const std::set<std::string> &tReadOnly)
 {
     // What goes away first makes room for the others.
-    for (const auto &[path, text] : files) {
-        if (!text.has_value())
-            unlink(path.c_str());
+    for (const auto &[strPath, tText] : tFiles) {
+        if (!tText.has_value())
+            unlink(strPath.c_str());
     }
-    std::string error;
-    for (const auto &[path, text] : files) {
-        if (text.has_value() && error.empty())
-            error = Write_File(path, *text);
+    std::string strError;
+    for (const auto &[strPath, tText] : tFiles) {
+        if (tText.has_value() && strError.empty())
+            strError = Write_File(strPath, *tText);
     }
-    for (const std::string &path : readOnly) {
-        if (chmod(path.c_str(), 0444) != 0 && error.empty())
-            error = "cannot make " + path + " read-only: " + strerror(errno);
+    for (const std::string &strPath : tReadOnly) {
+        if (chmod(strPath.c_str(), 0444) != 0 && strError.empty())
+            strError = "cannot make " + strPath + " read-only: " + strerror(errno);
     }
-    return error;
+    return strError;
 }
 
 } // namespace
 
-std::string Compose_CameraFiles(const Model &model, SideValues *pKept, CameraFiles *pFiles)
+std::string Compose_CameraFiles(const Model &tModel, SideValues *ptKept, CameraFiles *ptFiles)
 {
-    XmlWriter writer = {{}, Get_KeyValue(model, CODECS_KEY), model.sides, pKept, ""};
-    writer.counts[ONCE] = writer.counts[IF_OFFERED] = 1;
-    for (const auto &[repeat, pszKey, least] : COUNTS)
-        writer.counts[repeat] = std::min(atoi(Get_KeyValue(model, pszKey).c_str()), MAX_COUNT);
-    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS); pFile = Skip_Element(pFile)) {
-        writer.text.clear();
-        Write_Elements(pFile + 1, Skip_Element(pFile), "", &writer);
-        (*pFiles)[pFile->pszTag] = writer.text;
+    XmlWriter tWriter = {{}, Get_KeyValue(tModel, CODECS_KEY), tModel.tSides, ptKept, ""};
+    tWriter.aiCounts[ONCE] = tWriter.aiCounts[IF_OFFERED] = 1;
+    for (const auto &[eRepeat, pszKey, uLeast] : COUNTS)
+        tWriter.aiCounts[eRepeat] = std::min(atoi(Get_KeyValue(tModel, pszKey).c_str()), MAX_COUNT);
+    for (const ElementRow *ptFile = ELEMENTS; ptFile != std::end(ELEMENTS); ptFile = Skip_Element(ptFile)) {
+        tWriter.strText.clear();
+        Write_Elements(ptFile + 1, Skip_Element(ptFile), "", &tWriter);
+        (*ptFiles)[ptFile->pszTag] = tWriter.strText;
     }
-    if (model.settings.at("ptz pidfile") == "yes")
-        (*pFiles)[PID_FILE] = std::to_string(getpid()) + "\n";
-    for (const auto &[path, text] : model.files)
-        (*pFiles)[path] = text;
-    return writer.given.empty() ? "" : "model: side " + writer.given.begin()->first + ": no file has this element";
+    if (tModel.tSettings.at("ptz pidfile") == "yes")
+        (*ptFiles)[PID_FILE] = std::to_string(getpid()) + "\n";
+    for (const auto &[strPath, tText] : tModel.tFiles)
+        (*ptFiles)[strPath] = tText;
+    return tWriter.tGiven.empty() ? "" : "model: side " + tWriter.tGiven.begin()->first + ": no file has this element";
 }
 
-std::string Lay_Out_CameraFiles(const Model &model)
+std::string LayOut_CameraFiles(const Model &tModel)
 {
-    SideValues none;
-    CameraFiles files;
-    const std::string error = Compose_CameraFiles(model, &none, &files);
-    return error.empty() ? Put_Files(files, model.readOnly) : error;
+    SideValues tNone;
+    CameraFiles tFiles;
+    const std::string strError = Compose_CameraFiles(tModel, &tNone, &tFiles);
+    return strError.empty() ? Put_Files(tFiles, tModel.tReadOnly) : strError;
 }
 
-std::string Update_CameraFiles(const Model &before, const Model &after, const SideValues *pNewSides)
+std::string Update_CameraFiles(const Model &tBefore, const Model &tAfter, const SideValues *ptNewSides)
 {
-    SideValues keptBefore;
-    SideValues keptAfter;
-    Read_SideFiles(SIDE_FOLDER, &keptBefore);
-    if (pNewSides != nullptr) {
-        std::set_difference(keptBefore.begin(), keptBefore.end(), pNewSides->begin(), pNewSides->end(),
-                            std::inserter(keptAfter, keptAfter.end()), keptAfter.value_comp());
+    SideValues tKeptBefore;
+    SideValues tKeptAfter;
+    Read_SideFiles(SIDE_FOLDER, &tKeptBefore);
+    if (ptNewSides != nullptr) {
+        std::set_difference(tKeptBefore.begin(), tKeptBefore.end(), ptNewSides->begin(), ptNewSides->end(),
+                            std::inserter(tKeptAfter, tKeptAfter.end()), tKeptAfter.value_comp());
     }
-    CameraFiles current;
-    CameraFiles files;
-    Compose_CameraFiles(before, &keptBefore, &current);
-    std::string error = Compose_CameraFiles(after, &keptAfter, &files);
-    if (!error.empty())
-        return error;
-    for (auto &[path, text] : current) {
+    CameraFiles tCurrent;
+    CameraFiles tFiles;
+    Compose_CameraFiles(tBefore, &tKeptBefore, &tCurrent);
+    std::string strError = Compose_CameraFiles(tAfter, &tKeptAfter, &tFiles);
+    if (!strError.empty())
+        return strError;
+    for (auto &[strPath, tText] : tCurrent) {
         // A program may have given a file elements that the model has no place for.
-        if (pNewSides == nullptr)
-            text = Read_File(path);
-        const auto file = files.try_emplace(path).first; // a path that is no longer named is removed
-        if (file->second == text)
-            files.erase(file);
+        if (ptNewSides == nullptr)
+            tText = Read_File(strPath);
+        const auto itFile = tFiles.try_emplace(strPath).first; // a path that is no longer named is removed
+        if (itFile->second == tText)
+            tFiles.erase(itFile);
     }
-    for (const std::string &path : before.readOnly)
-        chmod(path.c_str(), 0644);
-    error = Put_Files(files, after.readOnly);
-    if (!error.empty()) {
-        for (auto &[path, text] : files)
-            text = current[path];
-        Put_Files(files, before.readOnly);
+    for (const std::string &strPath : tBefore.tReadOnly)
+        chmod(strPath.c_str(), 0644);
+    strError = Put_Files(tFiles, tAfter.tReadOnly);
+    if (!strError.empty()) {
+        for (auto &[strPath, tText] : tFiles)
+            tText = tCurrent[strPath];
+        Put_Files(tFiles, tBefore.tReadOnly);
     }
-    return error;
+    return strError;
 }
 
-std::string Seed_CameraFiles(const Model &model, const std::string &folder)
+std::string Seed_CameraFiles(const Model &tModel, const std::string &strFolder)
 {
-    SideValues kept;
-    CameraFiles files;
-    std::string error = Check_Shape(model);
-    if (error.empty())
-        error = Read_SideFiles(folder, &kept);
-    if (error.empty())
-        error = Compose_CameraFiles(model, &kept, &files);
-    const auto isHeld = [](const auto &value) {
-        return value.second.find_first_not_of(" \t\r\n") != std::string::npos;
+    SideValues tKept;
+    CameraFiles tFiles;
+    std::string strError = Check_Shape(tModel);
+    if (strError.empty())
+        strError = Read_SideFiles(strFolder, &tKept);
+    if (strError.empty())
+        strError = Compose_CameraFiles(tModel, &tKept, &tFiles);
+    const auto pfnIsHeld = [](const auto &tValue) {
+        return tValue.second.find_first_not_of(" \t\r\n") != std::string::npos;
     };
-    const auto homeless = std::find_if(kept.begin(), kept.end(), isHeld);
-    if (error.empty() && homeless != kept.end())
-        error = folder + ": the camera of this model has no " + homeless->first + ", whose value would be lost";
-    for (const ElementRow *pFile = ELEMENTS; pFile != std::end(ELEMENTS) && error.empty();
-         pFile = Skip_Element(pFile)) {
-        const std::string path = folder + strrchr(pFile->pszTag, '/');
-        const bool stays = strcmp(pFile->pszTag, CAPABILITY_FILE) == 0 && access(path.c_str(), F_OK) == 0;
-        if (!stays && files.at(pFile->pszTag).has_value())
-            error = Write_File(path, *files.at(pFile->pszTag));
+    const auto itHomeless = std::find_if(tKept.begin(), tKept.end(), pfnIsHeld);
+    if (strError.empty() && itHomeless != tKept.end())
+        strError = strFolder + ": the camera of this model has no " + itHomeless->first + ", whose value would be lost";
+    for (const ElementRow *ptFile = ELEMENTS; ptFile != std::end(ELEMENTS) && strError.empty();
+         ptFile = Skip_Element(ptFile)) {
+        const std::string strPath = strFolder + strrchr(ptFile->pszTag, '/');
+        const bool bStays = strcmp(ptFile->pszTag, CAPABILITY_FILE) == 0 && access(strPath.c_str(), F_OK) == 0;
+        if (!bStays && tFiles.at(ptFile->pszTag).has_value())
+            strError = Write_File(strPath, *tFiles.at(ptFile->pszTag));
     }
-    return error;
+    return strError;
 }
 
 void Remove_PidFile() { unlink(PID_FILE); }

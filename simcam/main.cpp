@@ -33,125 +33,126 @@ const int EXIT_TROUBLE = 1;
 const int EXIT_BAD_MODEL = 2;
 
 struct Options {
-    std::string logPath;
-    std::string seedFolder;
-    std::vector<std::string> changes;
-    std::string modelPath;
-    bool isPrinting = false;
+    std::string strLogPath;
+    std::string strSeedFolder;
+    std::vector<std::string> astrChanges;
+    std::string strModelPath;
+    bool bPrinting = false;
 };
 
-bool Parse_Options(int argc, char **argv, Options *pOptions)
+bool Parse_Options(int argc, char **argv, Options *ptOptions)
 {
     for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const bool hasNext = i + 1 < argc;
-        if (word == "--log" && hasNext)
-            pOptions->logPath = argv[++i];
-        else if (word == "--seed" && hasNext)
-            pOptions->seedFolder = argv[++i];
-        else if (word == "--change" && hasNext)
-            pOptions->changes.emplace_back(argv[++i]);
-        else if (word == "--print")
-            pOptions->isPrinting = true;
-        else if (word[0] != '-' && pOptions->modelPath.empty())
-            pOptions->modelPath = word;
+        const std::string strWord = argv[i];
+        const bool bHasNext = i + 1 < argc;
+        if (strWord == "--log" && bHasNext)
+            ptOptions->strLogPath = argv[++i];
+        else if (strWord == "--seed" && bHasNext)
+            ptOptions->strSeedFolder = argv[++i];
+        else if (strWord == "--change" && bHasNext)
+            ptOptions->astrChanges.emplace_back(argv[++i]);
+        else if (strWord == "--print")
+            ptOptions->bPrinting = true;
+        else if (strWord[0] != '-' && ptOptions->strModelPath.empty())
+            ptOptions->strModelPath = strWord;
         else
             return false;
     }
-    return !pOptions->modelPath.empty();
+    return !ptOptions->strModelPath.empty();
 }
 
-std::string Prepare_Model(const Options &options, Model *pModel)
+std::string Prepare_Model(const Options &tOptions, Model *ptModel)
 {
-    SideValues none;
-    CameraFiles files;
-    std::string error = Load_Model(options.modelPath, pModel);
-    for (size_t i = 0; i < options.changes.size() && error.empty(); ++i) {
-        const std::string origin = "--change:" + std::to_string(i + 1);
-        const bool isOne = options.changes[i].find('\n') == std::string::npos;
-        error = isOne ? Apply_ModelLine(options.changes[i], origin, pModel) : origin + ": one line each, please";
+    SideValues tNone;
+    CameraFiles tFiles;
+    std::string strError = Load_Model(tOptions.strModelPath, ptModel);
+    for (size_t i = 0; i < tOptions.astrChanges.size() && strError.empty(); ++i) {
+        const std::string strOrigin = "--change:" + std::to_string(i + 1);
+        const bool bOne = tOptions.astrChanges[i].find('\n') == std::string::npos;
+        strError =
+            bOne ? Apply_ModelLine(tOptions.astrChanges[i], strOrigin, ptModel) : strOrigin + ": one line each, please";
     }
-    if (error.empty())
-        error = Compose_CameraFiles(*pModel, &none, &files);
-    return error;
+    if (strError.empty())
+        strError = Compose_CameraFiles(*ptModel, &tNone, &tFiles);
+    return strError;
 }
 
 /// From here on SIGTERM and SIGINT are read from the descriptor instead of ending the process.
 int Catch_StopSignals()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    return signalfd(-1, &signals, SFD_CLOEXEC);
+    sigset_t tSignals;
+    sigemptyset(&tSignals);
+    sigaddset(&tSignals, SIGTERM);
+    sigaddset(&tSignals, SIGINT);
+    sigprocmask(SIG_BLOCK, &tSignals, nullptr);
+    return signalfd(-1, &tSignals, SFD_CLOEXEC);
 }
 
-bool Has_Succeeded(const std::string &error)
+bool Has_Succeeded(const std::string &strError)
 {
-    if (!error.empty())
-        fprintf(stderr, "simcam: %s\n", error.c_str());
-    return error.empty();
+    if (!strError.empty())
+        fprintf(stderr, "simcam: %s\n", strError.c_str());
+    return strError.empty();
 }
 
 int Tell_Camera()
 {
-    std::string lines(MAX_CHANGE + 1, '\0');
-    lines.resize(fread(lines.data(), 1, lines.size(), stdin));
-    std::string answer = "a change has at most " + std::to_string(MAX_CHANGE) + " bytes; nothing is changed\n";
-    if (lines.size() <= MAX_CHANGE)
-        answer = Send_Change(lines);
-    fputs(answer.c_str(), stdout);
-    return answer == "ok\n" ? 0 : EXIT_TROUBLE;
+    std::string strLines(MAX_CHANGE + 1, '\0');
+    strLines.resize(fread(strLines.data(), 1, strLines.size(), stdin));
+    std::string strAnswer = "a change has at most " + std::to_string(MAX_CHANGE) + " bytes; nothing is changed\n";
+    if (strLines.size() <= MAX_CHANGE)
+        strAnswer = Send_Change(strLines);
+    fputs(strAnswer.c_str(), stdout);
+    return strAnswer == "ok\n" ? 0 : EXIT_TROUBLE;
 }
 
-bool Run_Camera(Camera *pCamera)
+bool Run_Camera(Camera *ptCamera)
 {
-    const int stopDescriptor = Catch_StopSignals();
-    const bool isDone = Has_Succeeded(Lay_Out_CameraFiles(pCamera->model)) &&
-                        Open_Snapshot(pCamera->model, &pCamera->snapshot) && Run_Services(stopDescriptor, pCamera);
-    fputs(Describe_Leftovers(pCamera->model, pCamera->snapshot).c_str(), pCamera->pLog);
-    Close_Snapshot(pCamera->snapshot);
+    const int iStopDescriptor = Catch_StopSignals();
+    const bool bDone = Has_Succeeded(LayOut_CameraFiles(ptCamera->tModel)) &&
+                       Open_Snapshot(ptCamera->tModel, &ptCamera->tSnapshot) && Run_Services(iStopDescriptor, ptCamera);
+    fputs(Describe_Leftovers(ptCamera->tModel, ptCamera->tSnapshot).c_str(), ptCamera->ptLog);
+    Close_Snapshot(ptCamera->tSnapshot);
     Remove_PidFile();
-    return isDone;
+    return bDone;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    Options options;
-    const std::string onlyWord = argc == 2 ? argv[1] : "";
-    if (onlyWord == "--help" || onlyWord == "--faults") {
-        fputs(onlyWord == "--help" ? USAGE : Describe_Faults().c_str(), stdout);
+    Options tOptions;
+    const std::string strOnlyWord = argc == 2 ? argv[1] : "";
+    if (strOnlyWord == "--help" || strOnlyWord == "--faults") {
+        fputs(strOnlyWord == "--help" ? USAGE : Describe_Faults().c_str(), stdout);
         return 0;
     }
-    if (onlyWord == "--tell")
+    if (strOnlyWord == "--tell")
         return Tell_Camera();
-    if (!Parse_Options(argc, argv, &options)) {
+    if (!Parse_Options(argc, argv, &tOptions)) {
         fputs(USAGE, stderr);
         return EXIT_BAD_MODEL;
     }
-    Camera camera;
-    const std::string error = Prepare_Model(options, &camera.model);
-    if (!error.empty()) {
-        fprintf(stderr, "%s\n", error.c_str());
+    Camera tCamera;
+    const std::string strError = Prepare_Model(tOptions, &tCamera.tModel);
+    if (!strError.empty()) {
+        fprintf(stderr, "%s\n", strError.c_str());
         return EXIT_BAD_MODEL;
     }
-    if (options.isPrinting)
-        return fputs(camera.model.text.c_str(), stdout) >= 0 ? 0 : EXIT_TROUBLE;
-    if (!options.seedFolder.empty())
-        return Has_Succeeded(Seed_CameraFiles(camera.model, options.seedFolder)) ? 0 : EXIT_TROUBLE;
+    if (tOptions.bPrinting)
+        return fputs(tCamera.tModel.strText.c_str(), stdout) >= 0 ? 0 : EXIT_TROUBLE;
+    if (!tOptions.strSeedFolder.empty())
+        return Has_Succeeded(Seed_CameraFiles(tCamera.tModel, tOptions.strSeedFolder)) ? 0 : EXIT_TROUBLE;
     if (getenv("CAMERA_SANDBOX") == nullptr) {
         fputs(REFUSAL, stderr);
         return EXIT_TROUBLE;
     }
 
-    camera.start = camera.model;
-    camera.pLog = options.logPath.empty() ? stdout : fopen(options.logPath.c_str(), "we");
-    if (camera.pLog == nullptr) {
-        fprintf(stderr, "simcam: cannot write %s: %s\n", options.logPath.c_str(), strerror(errno));
+    tCamera.tStart = tCamera.tModel;
+    tCamera.ptLog = tOptions.strLogPath.empty() ? stdout : fopen(tOptions.strLogPath.c_str(), "we");
+    if (tCamera.ptLog == nullptr) {
+        fprintf(stderr, "simcam: cannot write %s: %s\n", tOptions.strLogPath.c_str(), strerror(errno));
         return EXIT_TROUBLE;
     }
-    return Run_Camera(&camera) && fclose(camera.pLog) == 0 ? 0 : EXIT_TROUBLE;
+    return Run_Camera(&tCamera) && fclose(tCamera.ptLog) == 0 ? 0 : EXIT_TROUBLE;
 }

@@ -15,284 +15,313 @@ const int MAX_INCLUDE_DEPTH = 8;
 const char FINE[] = ""; // what a directive returns that could be carried out
 
 /// The index of the key, or the number of keys.
-size_t Find_Key(const Model &model, const std::string &name)
+size_t Find_Key(const Model &tModel, const std::string &strName)
 {
-    size_t index = 0;
-    while (index < model.keys.size() && model.keys[index].name != name)
-        ++index;
-    return index;
+    size_t uIndex = 0;
+    while (uIndex < tModel.atKeys.size() && tModel.atKeys[uIndex].strName != strName)
+        ++uIndex;
+    return uIndex;
 }
 
 /// The index of the key that the name leads to through its aliases, or the number of keys.
-size_t Follow_Aliases(const Model &model, const std::string &name)
+size_t Follow_Aliases(const Model &tModel, const std::string &strName)
 {
-    size_t index = Find_Key(model, name);
-    for (size_t step = 0; step < model.keys.size(); ++step) {
-        if (index == model.keys.size() || model.keys[index].children.front().first != ALIAS)
-            return index;
-        index = Find_Key(model, model.keys[index].children.front().second);
+    size_t uIndex = Find_Key(tModel, strName);
+    for (size_t uStep = 0; uStep < tModel.atKeys.size(); ++uStep) {
+        if (uIndex == tModel.atKeys.size() || tModel.atKeys[uIndex].atChildren.front().first != ALIAS)
+            return uIndex;
+        uIndex = Find_Key(tModel, tModel.atKeys[uIndex].atChildren.front().second);
     }
-    return model.keys.size();
+    return tModel.atKeys.size();
 }
 
-Key *Find_Or_Add_Key(Model *pModel, const std::string &name)
+Key *Find_OrAddKey(Model *ptModel, const std::string &strName)
 {
-    const size_t index = Find_Key(*pModel, name);
-    if (index == pModel->keys.size())
-        pModel->keys.push_back({name, {}, ""});
-    return &pModel->keys[index];
+    const size_t uIndex = Find_Key(*ptModel, strName);
+    if (uIndex == ptModel->atKeys.size())
+        ptModel->atKeys.push_back({strName, {}, ""});
+    return &ptModel->atKeys[uIndex];
 }
 
-std::string *Find_Child(Key *pKey, const char *pszName)
+std::string *Find_Child(Key *ptKey, const char *pszName)
 {
-    for (auto &[name, text] : pKey->children) {
-        if (name == pszName)
-            return &text;
+    for (auto &[strName, strText] : ptKey->atChildren) {
+        if (strName == pszName)
+            return &strText;
     }
     return nullptr;
 }
 
-void Put_Child(Key *pKey, const char *pszName, const std::string &text)
+void Put_Child(Key *ptKey, const char *pszName, const std::string &strText)
 {
-    std::string *pText = Find_Child(pKey, pszName);
+    std::string *pText = Find_Child(ptKey, pszName);
     if (pText != nullptr)
-        *pText = text;
+        *pText = strText;
     else
-        pKey->children.emplace_back(pszName, text);
+        ptKey->atChildren.emplace_back(pszName, strText);
 }
 
 /// Where the value of a key is kept: beside the snapshot when the snapshot has an empty one and refers to the socket.
-std::string *Find_Value(Key *pKey)
+std::string *Find_Value(Key *ptKey)
 {
-    std::string *pValue = Find_Child(pKey, "value");
-    return pValue->empty() && Find_Child(pKey, "getonce") != nullptr ? &pKey->answer : pValue;
+    std::string *pValue = Find_Child(ptKey, "value");
+    return pValue->empty() && Find_Child(ptKey, "getonce") != nullptr ? &ptKey->strAnswer : pValue;
 }
 
-std::string Apply_Key(Model *pModel, Text name, Text value)
+std::string Apply_Key(Model *ptModel, Text strName, Text strValue)
 {
-    Put_Child(Find_Or_Add_Key(pModel, name), "value", value);
+    Put_Child(Find_OrAddKey(ptModel, strName), "value", strValue);
     return FINE;
 }
 
-std::string Apply_Request(Model *pModel, Text name, Text value)
+std::string Apply_Request(Model *ptModel, Text strName, Text strValue)
 {
-    Key *pKey = Find_Or_Add_Key(pModel, name);
-    Put_Child(pKey, "value", "");
-    Put_Child(pKey, "getonce", "");
-    pKey->answer = value;
+    Key *ptKey = Find_OrAddKey(ptModel, strName);
+    Put_Child(ptKey, "value", "");
+    Put_Child(ptKey, "getonce", "");
+    ptKey->strAnswer = strValue;
     return FINE;
 }
 
-std::string Apply_Alias(Model *pModel, Text name, Text target)
+std::string Apply_Alias(Model *ptModel, Text strName, Text strTarget)
 {
-    Find_Or_Add_Key(pModel, name)->children = {{ALIAS, target}};
+    Find_OrAddKey(ptModel, strName)->atChildren = {{ALIAS, strTarget}};
     return FINE;
 }
 
 /// Whether the key is the element of that name, or inside it.
-bool Is_Below(const Key &key, const std::string &name) { return (key.name + "_").rfind(name + "_", 0) == 0; }
+bool Is_Below(const Key &tKey, const std::string &strName) { return (tKey.strName + "_").rfind(strName + "_", 0) == 0; }
 
-std::string Apply_No(Model *pModel, Text name)
+std::string Apply_No(Model *ptModel, Text strName, Text)
 {
-    const auto isBelow = [&](const Key &key) { return Is_Below(key, name); };
-    const auto end = std::remove_if(pModel->keys.begin(), pModel->keys.end(), isBelow);
-    if (end == pModel->keys.end())
+    const auto pfnIsBelow = [&](const Key &tKey) { return Is_Below(tKey, strName); };
+    const auto itEnd = std::remove_if(ptModel->atKeys.begin(), ptModel->atKeys.end(), pfnIsBelow);
+    if (itEnd == ptModel->atKeys.end())
         return "no such key";
-    pModel->keys.erase(end, pModel->keys.end());
+    ptModel->atKeys.erase(itEnd, ptModel->atKeys.end());
     return FINE;
 }
 
-std::string Apply_Fail(Model *pModel, Text name)
+std::string Apply_Fail(Model *ptModel, Text strName, Text)
 {
-    if (Find_Key(*pModel, name) == pModel->keys.size())
+    if (Find_Key(*ptModel, strName) == ptModel->atKeys.size())
         return "no such key";
-    pModel->settings["fail " + name] = "";
+    ptModel->tSettings["fail " + strName] = "";
     return FINE;
 }
 
 /// A setting that every camera has.
-std::string Apply_Setting(Model *pModel, Text name, Text value)
+std::string Apply_Setting(Model *ptModel, Text strName, Text strValue)
 {
-    unsigned long number = 0;
-    if (pModel->settings.count(name) == 0)
+    unsigned long uNumber = 0;
+    if (ptModel->tSettings.count(strName) == 0)
         return "unknown setting";
-    if (name.rfind("snapshot ", 0) == 0 && !Parse_Number(value, UINT32_MAX, &number))
+    if (strName.rfind("snapshot ", 0) == 0 && !Parse_Number(strValue, UINT32_MAX, &uNumber))
         return "expected a number";
-    if (name == "ptz pidfile" && value != "yes" && value != "no")
+    if (strName == "ptz pidfile" && strValue != "yes" && strValue != "no")
         return "expected yes or no";
-    pModel->settings[name] = value;
+    ptModel->tSettings[strName] = strValue;
     return FINE;
 }
 
-std::string Apply_Bitrate(Model *pModel, Text name, Text value)
+std::string Apply_Bitrate(Model *ptModel, Text strName, Text strValue)
 {
-    const std::vector<std::string> words = Split_Text(name, ' ');
-    if (words.size() != 2)
+    const std::vector<std::string> astrWords = Split_Text(strName, ' ');
+    if (astrWords.size() != 2)
         return "expected CHANNEL CODEC=TEXT";
-    pModel->sides["videoin_" + words[0] + "_s0_" + words[1] + "_bitrate_check"] = value;
+    ptModel->tSides["videoin_" + astrWords[0] + "_s0_" + astrWords[1] + "_bitrate_check"] = strValue;
     return FINE;
 }
+
+std::string Apply_Side(Model *ptModel, Text strPath, Text strValue)
+{
+    ptModel->tSides[strPath] = strValue;
+    return FINE;
+}
+
+std::string Apply_File(Model *ptModel, Text strPath, Text strText)
+{
+    ptModel->tFiles[strPath] = strText;
+    return FINE;
+}
+
+std::string Apply_NoFile(Model *ptModel, Text strPath, Text)
+{
+    ptModel->tFiles[strPath].reset();
+    return FINE;
+}
+
+std::string Apply_ReadOnly(Model *ptModel, Text strPath, Text)
+{
+    ptModel->tReadOnly.insert(strPath);
+    return FINE;
+}
+
+std::string Apply_Fault(Model *ptModel, Text strFault, Text) { return Parse_Fault(strFault, &ptModel->atFaults); }
 
 struct Directive {
     const char *pszWord;
-    bool hasValue;
-    bool isOfKey;
-    std::string (*pfnApply)(Model *pModel, Text name, Text value); // returns FINE or what is wrong
+    bool bHasValue;
+    bool bOfKey;
+    std::string (*pfnApply)(Model *ptModel, Text strName, Text strValue); // returns FINE or what is wrong
 };
 
 constexpr Directive DIRECTIVES[] = {
     {"key", true, true, Apply_Key},
     {"request", true, true, Apply_Request},
     {"alias", true, true, Apply_Alias},
-    {"no", false, true, [](Model *p, Text name, Text) { return Apply_No(p, name); }},
-    {"fail", false, true, [](Model *p, Text name, Text) { return Apply_Fail(p, name); }},
+    {"no", false, true, Apply_No},
+    {"fail", false, true, Apply_Fail},
     {"snapshot", true, false,
-     [](Model *p, Text name, Text text) { return Apply_Setting(p, "snapshot " + name, text); }},
-    {"ptz", true, false, [](Model *p, Text name, Text text) { return Apply_Setting(p, "ptz " + name, text); }},
+     [](Model *pt, Text strName, Text strText) { return Apply_Setting(pt, "snapshot " + strName, strText); }},
+    {"ptz", true, false,
+     [](Model *pt, Text strName, Text strText) { return Apply_Setting(pt, "ptz " + strName, strText); }},
     {"analytics", true, false,
-     [](Model *p, Text name, Text text) { return Apply_Setting(p, "analytics " + name, text); }},
+     [](Model *pt, Text strName, Text strText) { return Apply_Setting(pt, "analytics " + strName, strText); }},
     {"bitrate", true, false, Apply_Bitrate},
-    {"side", true, false, [](Model *p, Text path, Text text) { return p->sides[path] = text, std::string(); }},
-    {"file", true, false, [](Model *p, Text path, Text text) { return p->files[path] = text, std::string(); }},
-    {"nofile", false, false, [](Model *p, Text path, Text) { return p->files[path].reset(), std::string(); }},
-    {"readonly", false, false, [](Model *p, Text path, Text) { return p->readOnly.insert(path), std::string(); }},
-    {"fault", false, false, [](Model *p, Text text, Text) { return Parse_Fault(text, &p->faults); }},
+    {"side", true, false, Apply_Side},
+    {"file", true, false, Apply_File},
+    {"nofile", false, false, Apply_NoFile},
+    {"readonly", false, false, Apply_ReadOnly},
+    {"fault", false, false, Apply_Fault},
 };
 
-const Directive *Find_Directive(const std::string &word)
+const Directive *Find_Directive(const std::string &strWord)
 {
     return std::find_if(std::begin(DIRECTIVES), std::end(DIRECTIVES),
-                        [&](const Directive &directive) { return word == directive.pszWord; });
+                        [&](const Directive &tDirective) { return strWord == tDirective.pszWord; });
 }
 
 std::string List_Directives()
 {
-    std::string list;
-    for (const Directive &directive : DIRECTIVES)
-        list += (list.empty() ? "" : ", ") + std::string(directive.pszWord);
-    return list;
+    std::string strList;
+    for (const Directive &tDirective : DIRECTIVES)
+        strList += (strList.empty() ? "" : ", ") + std::string(tDirective.pszWord);
+    return strList;
 }
 
 /// Cuts the first word, and the blanks around it, off the front of the text.
 std::string Take_Word(std::string *pText)
 {
     pText->erase(0, pText->find_first_not_of(" \t"));
-    const size_t end = pText->find_first_of(" \t");
-    std::string word = pText->substr(0, end);
-    pText->erase(0, pText->find_first_not_of(" \t", end));
-    return word;
+    const size_t uEnd = pText->find_first_of(" \t");
+    std::string strWord = pText->substr(0, uEnd);
+    pText->erase(0, pText->find_first_not_of(" \t", uEnd));
+    return strWord;
 }
 
-std::string Apply_Directive(const Directive &directive, const std::string &text, Model *pModel)
+std::string Apply_Directive(const Directive &tDirective, const std::string &strText, Model *ptModel)
 {
-    const size_t equals = directive.hasValue ? text.find('=') : text.size();
-    std::vector<std::string> names;
-    std::string value;
-    if (equals == 0 || equals == std::string::npos)
-        return directive.hasValue ? "expected NAME=VALUE" : "expected NAME";
-    const char *pszError = Expand_Braces(text.substr(0, equals), &names);
+    const size_t uEquals = tDirective.bHasValue ? strText.find('=') : strText.size();
+    std::vector<std::string> astrNames;
+    std::string strValue;
+    if (uEquals == 0 || uEquals == std::string::npos)
+        return tDirective.bHasValue ? "expected NAME=VALUE" : "expected NAME";
+    const char *pszError = Expand_Braces(strText.substr(0, uEquals), &astrNames);
     if (pszError != nullptr)
         return pszError;
-    if (directive.isOfKey && !std::all_of(names.begin(), names.end(), Is_KeyName))
+    if (tDirective.bOfKey && !std::all_of(astrNames.begin(), astrNames.end(), Is_KeyName))
         return "the name of a key holds no blanks, and none stand around the \"=\"";
-    if (directive.hasValue && !Decode_Escapes(text.substr(equals + 1), &value))
+    if (tDirective.bHasValue && !Decode_Escapes(strText.substr(uEquals + 1), &strValue))
         return "malformed escape";
-    std::string error;
-    for (size_t i = 0; i < names.size() && error.empty(); ++i)
-        error = directive.pfnApply(pModel, names[i], value);
-    return error;
+    std::string strError;
+    for (size_t i = 0; i < astrNames.size() && strError.empty(); ++i)
+        strError = tDirective.pfnApply(ptModel, astrNames[i], strValue);
+    return strError;
 }
 
-std::string Load_Lines(const std::string &path, const std::string &origin, int depth, Model *pModel)
+std::string Load_Lines(const std::string &strPath, const std::string &strOrigin, int iDepth, Model *ptModel)
 {
-    std::ifstream file(path);
-    if (!file || depth > MAX_INCLUDE_DEPTH)
-        return origin + ": cannot read " + path;
-    std::string error;
-    std::string line;
-    for (int number = 1; error.empty() && std::getline(file, line); ++number) {
-        const std::string here = path + ":" + std::to_string(number);
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        std::string name = line;
-        if (Take_Word(&name) == "include")
-            error = Load_Lines(std::filesystem::path(path).replace_filename(name), here, depth + 1, pModel);
+    std::ifstream tFile(strPath);
+    if (!tFile || iDepth > MAX_INCLUDE_DEPTH)
+        return strOrigin + ": cannot read " + strPath;
+    std::string strError;
+    std::string strLine;
+    for (int iNumber = 1; strError.empty() && std::getline(tFile, strLine); ++iNumber) {
+        const std::string strHere = strPath + ":" + std::to_string(iNumber);
+        if (!strLine.empty() && strLine.back() == '\r')
+            strLine.pop_back();
+        std::string strName = strLine;
+        if (Take_Word(&strName) == "include")
+            strError =
+                Load_Lines(std::filesystem::path(strPath).replace_filename(strName), strHere, iDepth + 1, ptModel);
         else
-            error = Apply_ModelLine(line, here, pModel);
+            strError = Apply_ModelLine(strLine, strHere, ptModel);
     }
-    return error;
+    return strError;
 }
 
 } // namespace
 
-std::string Load_Model(const std::string &path, Model *pModel) { return Load_Lines(path, path, 0, pModel); }
+std::string Load_Model(const std::string &strPath, Model *ptModel) { return Load_Lines(strPath, strPath, 0, ptModel); }
 
-std::string Apply_ModelLine(const std::string &line, const std::string &origin, Model *pModel)
+std::string Apply_ModelLine(const std::string &strLine, const std::string &strOrigin, Model *ptModel)
 {
-    std::string rest = line;
-    const std::string word = Take_Word(&rest);
-    if (word.empty() || word[0] == '#')
+    std::string strRest = strLine;
+    const std::string strWord = Take_Word(&strRest);
+    if (strWord.empty() || strWord[0] == '#')
         return "";
-    const Directive *pDirective = Find_Directive(word);
-    if (pDirective == std::end(DIRECTIVES))
-        return origin + ": " + word + ": unknown directive; there are " + List_Directives();
-    const std::string error = Apply_Directive(*pDirective, rest, pModel);
-    if (!error.empty())
-        return origin + ": " + word + ": " + error;
-    pModel->text += line + "\n";
+    const Directive *ptDirective = Find_Directive(strWord);
+    if (ptDirective == std::end(DIRECTIVES))
+        return strOrigin + ": " + strWord + ": unknown directive; there are " + List_Directives();
+    const std::string strError = Apply_Directive(*ptDirective, strRest, ptModel);
+    if (!strError.empty())
+        return strOrigin + ": " + strWord + ": " + strError;
+    ptModel->strText += strLine + "\n";
     return "";
 }
 
-bool Is_KeyName(const std::string &name)
+bool Is_KeyName(const std::string &strName)
 {
-    return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) { return c > 0x20 && c < 0x7f; });
+    return !strName.empty() && std::all_of(strName.begin(), strName.end(), [](char c) { return c > 0x20 && c < 0x7f; });
 }
 
-bool Is_Directive(const std::string &line)
+bool Is_Directive(const std::string &strLine)
 {
-    std::string rest = line;
-    return Find_Directive(Take_Word(&rest)) != std::end(DIRECTIVES) && !rest.empty();
+    std::string strRest = strLine;
+    return Find_Directive(Take_Word(&strRest)) != std::end(DIRECTIVES) && !strRest.empty();
 }
 
-std::string Find_AliasToNowhere(const Model &before, const Model &after)
+std::string Find_AliasToNowhere(const Model &tBefore, const Model &tAfter)
 {
-    for (const Key &key : after.keys) {
-        const auto &[name, target] = key.children.front();
-        const size_t old = Find_Key(before, key.name);
-        const bool isNew = old == before.keys.size() || before.keys[old].children != key.children;
-        const auto isThere = [&](const Key &other) { return Is_Below(other, target); };
-        if (name == ALIAS && isNew && std::none_of(after.keys.begin(), after.keys.end(), isThere))
-            return key.name + "=" + target;
+    for (const Key &tKey : tAfter.atKeys) {
+        const std::string &strName = tKey.atChildren.front().first;
+        const std::string &strTarget = tKey.atChildren.front().second;
+        const size_t uOld = Find_Key(tBefore, tKey.strName);
+        const bool bNew = uOld == tBefore.atKeys.size() || tBefore.atKeys[uOld].atChildren != tKey.atChildren;
+        const auto pfnIsThere = [&](const Key &tOther) { return Is_Below(tOther, strTarget); };
+        if (strName == ALIAS && bNew && std::none_of(tAfter.atKeys.begin(), tAfter.atKeys.end(), pfnIsThere))
+            return tKey.strName + "=" + strTarget;
     }
     return "";
 }
 
-bool Has_Fault(const Model &model, Service service, const char *pszWord)
+bool Has_Fault(const Model &tModel, Service eService, const char *pszWord)
 {
-    return model.faults[service].word == pszWord;
+    return tModel.atFaults[eService].strWord == pszWord;
 }
 
-uint32_t Get_Number(const Model &model, const char *pszSetting)
+uint32_t Get_Number(const Model &tModel, const char *pszSetting)
 {
-    unsigned long number = 0;
-    Parse_Number(model.settings.at(pszSetting), UINT32_MAX, &number);
-    return static_cast<uint32_t>(number);
+    unsigned long uNumber = 0;
+    Parse_Number(tModel.tSettings.at(pszSetting), UINT32_MAX, &uNumber);
+    return static_cast<uint32_t>(uNumber);
 }
 
-std::string Get_KeyValue(const Model &model, const std::string &name)
+std::string Get_KeyValue(const Model &tModel, const std::string &strName)
 {
-    const size_t index = Follow_Aliases(model, name);
-    if (index == model.keys.size())
+    const size_t uIndex = Follow_Aliases(tModel, strName);
+    if (uIndex == tModel.atKeys.size())
         return "";
-    Key key = model.keys[index];
-    return *Find_Value(&key);
+    Key tKey = tModel.atKeys[uIndex];
+    return *Find_Value(&tKey);
 }
 
-bool Set_KeyValue(Model *pModel, const std::string &name, const std::string &value)
+bool Set_KeyValue(Model *ptModel, const std::string &strName, const std::string &strValue)
 {
-    const size_t index = Follow_Aliases(*pModel, name);
-    if (index == pModel->keys.size())
+    const size_t uIndex = Follow_Aliases(*ptModel, strName);
+    if (uIndex == ptModel->atKeys.size())
         return false;
-    *Find_Value(&pModel->keys[index]) = value;
+    *Find_Value(&ptModel->atKeys[uIndex]) = strValue;
     return true;
 }

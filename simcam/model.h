@@ -37,21 +37,21 @@
 #include <vector>
 
 struct Key {
-    std::string name;                                          // the whole path, as in "system_daylight_enable"
-    std::vector<std::pair<std::string, std::string>> children; // "value", "aliasxpath", "getonce" and their texts
-    std::string answer;                                        // the value of a key that only the socket gives
+    std::string strName;                                         // the whole path, as in "system_daylight_enable"
+    std::vector<std::pair<std::string, std::string>> atChildren; // "value", "aliasxpath", "getonce" and their texts
+    std::string strAnswer;                                       // the value of a key that only the socket gives
 };
 
 struct Model {
-    std::vector<Key> keys;                                   // in order of first mention, which is that of the snapshot
-    std::map<std::string, std::optional<std::string>> files; // by path; without a text: removed
-    std::set<std::string> readOnly;                          // paths
-    std::map<std::string, std::string> sides;                // values of the settings files, by path
-    FaultList faults;
-    std::string text; // the lines that it is made of, those of included files in their place
+    std::vector<Key> atKeys; // in order of first mention, which is that of the snapshot
+    std::map<std::string, std::optional<std::string>> tFiles; // by path; without a text: removed
+    std::set<std::string> tReadOnly;                          // paths
+    std::map<std::string, std::string> tSides;                // values of the settings files, by path
+    FaultList atFaults;
+    std::string strText; // the lines that it is made of, those of included files in their place
 
     // The other lines: what every camera has, "fail " with a key.
-    std::map<std::string, std::string> settings = {
+    std::map<std::string, std::string> tSettings = {
         {"snapshot base", "0xb6a00000"},
         {"snapshot size", "524288"},
         {"ptz reply", "version=5.1.0.19"},
@@ -63,27 +63,27 @@ struct Model {
 
 /// Reads a model file, or one more line whose origin ("--change:1") stands in for "FILE:LINE". Both return an empty
 /// text, or "FILE:LINE: what is wrong".
-std::string Load_Model(const std::string &path, Model *pModel);
-std::string Apply_ModelLine(const std::string &line, const std::string &origin, Model *pModel);
+std::string Load_Model(const std::string &strPath, Model *ptModel);
+std::string Apply_ModelLine(const std::string &strLine, const std::string &strOrigin, Model *ptModel);
 
 /// Whether a key can have this name: printable, without blanks.
-bool Is_KeyName(const std::string &name);
+bool Is_KeyName(const std::string &strName);
 
 /// Whether the text begins like a line of a model: the word of a directive, and something behind it.
-bool Is_Directive(const std::string &line);
+bool Is_Directive(const std::string &strLine);
 
 /// "NAME=TARGET" of an alias that one of the two models does not have and that leads to no element of the other one;
 /// empty if there is none. A recorded camera may have such an alias.
-std::string Find_AliasToNowhere(const Model &before, const Model &after);
+std::string Find_AliasToNowhere(const Model &tBefore, const Model &tAfter);
 
 /// Whether the service has this fault.
-bool Has_Fault(const Model &model, Service service, const char *pszWord);
+bool Has_Fault(const Model &tModel, Service eService, const char *pszWord);
 
 /// A setting that is a number.
-uint32_t Get_Number(const Model &model, const char *pszSetting);
+uint32_t Get_Number(const Model &tModel, const char *pszSetting);
 
 /// The value as the socket gives it, aliases followed; empty for a key that does not exist.
-std::string Get_KeyValue(const Model &model, const std::string &name);
+std::string Get_KeyValue(const Model &tModel, const std::string &strName);
 
 /// Stores a value, aliases followed. Returns false, and stores nothing, for a key that the camera does not have.
-bool Set_KeyValue(Model *pModel, const std::string &name, const std::string &value);
+bool Set_KeyValue(Model *ptModel, const std::string &strName, const std::string &strValue);

@@ -20,10 +20,10 @@ const char LOG_IDENTITY[] = "Quorvex TELP package - param.cgi: ";
 const unsigned long FIRST_PRIORITY = 8;
 const char *const PRIORITIES[] = {"emerg", "alert", "crit", "err", "warning", "notice", "info", "debug"};
 
-void Write_LogLine(const Camera &camera, const std::string &word, const std::string &text)
+void Write_LogLine(const Camera &tCamera, const std::string &strWord, const std::string &strText)
 {
-    fprintf(camera.pLog, "%s %s\n", word.c_str(), Encode_Escapes(text).c_str());
-    fflush(camera.pLog);
+    fprintf(tCamera.ptLog, "%s %s\n", strWord.c_str(), Encode_Escapes(strText).c_str());
+    fflush(tCamera.ptLog);
 }
 
 /// Cuts the prefix off the front of the text, if it is there.
@@ -36,79 +36,79 @@ bool Take_Prefix(std::string *pText, const char *pszPrefix)
 }
 
 /// A key that the camera does not have is confirmed like any other, and is not there afterwards either.
-std::string Answer_Set(const std::string &name, const std::string &value, Camera *pCamera)
+std::string Answer_Set(const std::string &strName, const std::string &strValue, Camera *ptCamera)
 {
-    if (pCamera->model.settings.count("fail " + name) > 0)
+    if (ptCamera->tModel.tSettings.count("fail " + strName) > 0)
         return std::string(SET_REPLY_CAPACITY, 'x');
-    if (Set_KeyValue(&pCamera->model, name, value))
-        Publish_Snapshot(pCamera->model, pCamera->snapshot);
-    return name + "='" + value + "'\n";
+    if (Set_KeyValue(&ptCamera->tModel, strName, strValue))
+        Publish_Snapshot(ptCamera->tModel, ptCamera->tSnapshot);
+    return strName + "='" + strValue + "'\n";
 }
 
-std::string Answer_Configer(const std::string &request, Camera *pCamera)
+std::string Answer_Configer(const std::string &strRequest, Camera *ptCamera)
 {
-    std::string payload = request;
-    if (Take_Prefix(&payload, SET_LINE)) {
-        const size_t equals = payload.find('=');
-        if (equals != std::string::npos && Is_KeyName(payload.substr(0, equals))) {
-            Write_LogLine(*pCamera, "set", payload);
-            return Answer_Set(payload.substr(0, equals), payload.substr(equals + 1), pCamera);
+    std::string strPayload = strRequest;
+    if (Take_Prefix(&strPayload, SET_LINE)) {
+        const size_t uEquals = strPayload.find('=');
+        if (uEquals != std::string::npos && Is_KeyName(strPayload.substr(0, uEquals))) {
+            Write_LogLine(*ptCamera, "set", strPayload);
+            return Answer_Set(strPayload.substr(0, uEquals), strPayload.substr(uEquals + 1), ptCamera);
         }
-    } else if (Take_Prefix(&payload, GET_LINE) && Is_KeyName(payload)) {
-        Write_LogLine(*pCamera, "get", payload);
-        return Get_KeyValue(pCamera->model, payload);
+    } else if (Take_Prefix(&strPayload, GET_LINE) && Is_KeyName(strPayload)) {
+        Write_LogLine(*ptCamera, "get", strPayload);
+        return Get_KeyValue(ptCamera->tModel, strPayload);
     }
-    Write_LogLine(*pCamera, "bad", request);
+    Write_LogLine(*ptCamera, "bad", strRequest);
     return "";
 }
 
-std::string Answer_Ptz(const std::string &request, Camera *pCamera)
+std::string Answer_Ptz(const std::string &strRequest, Camera *ptCamera)
 {
-    Write_LogLine(*pCamera, "ptz", request);
-    return request == PTZ_VERSION_REQUEST ? pCamera->model.settings.at("ptz reply") : "";
+    Write_LogLine(*ptCamera, "ptz", strRequest);
+    return strRequest == PTZ_VERSION_REQUEST ? ptCamera->tModel.tSettings.at("ptz reply") : "";
 }
 
-std::string Answer_Analytics(const std::string &request, Camera *pCamera)
+std::string Answer_Analytics(const std::string &strRequest, Camera *ptCamera)
 {
-    const std::string line = request.substr(0, request.find("\r\n"));
-    const std::string target = line.substr(0, line.find(' ', line.find(' ') + 1));
-    Write_LogLine(*pCamera, "analytics", target + " " + std::to_string(request.size()));
-    if (target == "GET /VCA/Capability")
-        return pCamera->model.settings.at("analytics capability");
-    return target == "GET /VCA/Functions" ? pCamera->model.settings.at("analytics functions") : "";
+    const std::string strLine = strRequest.substr(0, strRequest.find("\r\n"));
+    const std::string strTarget = strLine.substr(0, strLine.find(' ', strLine.find(' ') + 1));
+    Write_LogLine(*ptCamera, "analytics", strTarget + " " + std::to_string(strRequest.size()));
+    if (strTarget == "GET /VCA/Capability")
+        return ptCamera->tModel.tSettings.at("analytics capability");
+    return strTarget == "GET /VCA/Functions" ? ptCamera->tModel.tSettings.at("analytics functions") : "";
 }
 
 } // namespace
 
-std::string Answer_Request(Service service, const std::string &request, Camera *pCamera)
+std::string Answer_Request(Service eService, const std::string &strRequest, Camera *ptCamera)
 {
-    switch (service) {
+    switch (eService) {
     case SERVICE_CONTROL:
-        if (request == "faults") // a question, no change
-            return List_PresentFaults(pCamera->model.faults);
-        Write_LogLine(*pCamera, "change", request.substr(0, request.find_last_not_of("\r\n") + 1));
-        return Change_Camera(request, pCamera);
+        if (strRequest == "faults") // a question, no change
+            return List_PresentFaults(ptCamera->tModel.atFaults);
+        Write_LogLine(*ptCamera, "change", strRequest.substr(0, strRequest.find_last_not_of("\r\n") + 1));
+        return Change_Camera(strRequest, ptCamera);
     case SERVICE_PTZ:
-        return Answer_Ptz(request, pCamera);
+        return Answer_Ptz(strRequest, ptCamera);
     case SERVICE_ANALYTICS:
-        return Answer_Analytics(request, pCamera);
+        return Answer_Analytics(strRequest, ptCamera);
     default:
-        return Answer_Configer(request, pCamera);
+        return Answer_Configer(strRequest, ptCamera);
     }
 }
 
-void Log_Datagram(const std::string &datagram, const Camera &camera)
+void Log_Datagram(const std::string &strDatagram, const Camera &tCamera)
 {
-    std::string text = datagram;
-    if (!text.empty() && text.back() == '\0') // some C libraries send the terminator along
-        text.pop_back();
-    const size_t end = text.find('>');
-    std::string message = text.substr(std::min(text.size(), end + 1 + TIMESTAMP_SIZE));
-    unsigned long priority = 0;
-    if (end != std::string::npos && text[0] == '<' && Parse_Number(text.substr(1, end - 1), 15, &priority) &&
-        priority >= FIRST_PRIORITY && Take_Prefix(&message, LOG_IDENTITY)) {
-        Write_LogLine(camera, std::string("log ") + PRIORITIES[priority - FIRST_PRIORITY], message);
+    std::string strText = strDatagram;
+    if (!strText.empty() && strText.back() == '\0') // some C libraries send the terminator along
+        strText.pop_back();
+    const size_t uEnd = strText.find('>');
+    std::string strMessage = strText.substr(std::min(strText.size(), uEnd + 1 + TIMESTAMP_SIZE));
+    unsigned long uPriority = 0;
+    if (uEnd != std::string::npos && strText[0] == '<' && Parse_Number(strText.substr(1, uEnd - 1), 15, &uPriority) &&
+        uPriority >= FIRST_PRIORITY && Take_Prefix(&strMessage, LOG_IDENTITY)) {
+        Write_LogLine(tCamera, std::string("log ") + PRIORITIES[uPriority - FIRST_PRIORITY], strMessage);
     } else {
-        Write_LogLine(camera, "log raw", text);
+        Write_LogLine(tCamera, "log raw", strText);
     }
 }

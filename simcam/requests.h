@@ -8,9 +8,8 @@
 ///   log PRIORITY TEXT           a message of param.cgi to the system logger; any other datagram is "log raw TEXT"
 ///   bad TEXT                    anything else that came to the configuration daemon
 ///   change LINES                a change that was asked of the camera (control.h); its answer tells whether it was
-///   made semaphore N, attached N     on exit: the semaphore's value, and how many still have the snapshot attached,
-///   unless
-///                               everything was given back
+///   semaphore N, attached N     on exit, unless everything was given back: the semaphore's value, and how many still
+///                               have the snapshot attached
 #pragma once
 
 #include "model.h"
@@ -20,14 +19,14 @@
 #include <string>
 
 struct Camera {
-    Model model;
-    Model start; // as it was when the camera started
-    Snapshot snapshot;
-    FILE *pLog = nullptr;
+    Model tModel;
+    Model tStart; // as it was when the camera started
+    Snapshot tSnapshot;
+    FILE *ptLog = nullptr;
 };
 
 /// Logs a request of a stream service, carries it out and returns the answer of a camera in good health.
-std::string Answer_Request(Service service, const std::string &request, Camera *pCamera);
+std::string Answer_Request(Service eService, const std::string &strRequest, Camera *ptCamera);
 
 /// Logs a datagram of the system logger.
-void Log_Datagram(const std::string &datagram, const Camera &camera);
+void Log_Datagram(const std::string &strDatagram, const Camera &tCamera);

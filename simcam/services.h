@@ -15,9 +15,9 @@
 const size_t MAX_CHANGE = 65536; // bytes that are sent at once
 
 /// Sends lines of the model grammar to the camera that runs here. Returns its answer, or why there is none.
-std::string Send_Change(const std::string &lines);
+std::string Send_Change(const std::string &strLines);
 
 /// Opens the sockets that the model's faults let exist, says "simcam: ready" on standard error, and serves until the
 /// descriptor becomes readable; then takes in what clients have already sent, so that it stands in the log. Removes the
 /// sockets. Returns false after a message on standard error when one cannot be opened.
-bool Run_Services(int stopDescriptor, Camera *pCamera);
+bool Run_Services(int iStopDescriptor, Camera *ptCamera);

@@ -27,134 +27,137 @@ bool Report_Error(const char *pszWhat)
 /// ftok wants the program file to exist.
 key_t Get_IpcKey()
 {
-    const int file = open(DAEMON_PROGRAM, O_CREAT | O_RDONLY | O_CLOEXEC, 0755);
-    if (file >= 0)
-        close(file);
+    const int iFile = open(DAEMON_PROGRAM, O_CREAT | O_RDONLY | O_CLOEXEC, 0755);
+    if (iFile >= 0)
+        close(iFile);
     return ftok(DAEMON_PROGRAM, PROJECT_NUMBER);
 }
 
-size_t Get_SegmentSize(const Model &model)
+size_t Get_SegmentSize(const Model &tModel)
 {
-    return Has_Fault(model, SERVICE_SNAPSHOT, "small") ? SMALL_SIZE : Get_Number(model, "snapshot size");
+    return Has_Fault(tModel, SERVICE_SNAPSHOT, "small") ? SMALL_SIZE : Get_Number(tModel, "snapshot size");
 }
 
-int Get_InitialValue(const Model &model) { return Has_Fault(model, SERVICE_SEMAPHORE, "taken") ? 0 : 1; }
+int Get_InitialValue(const Model &tModel) { return Has_Fault(tModel, SERVICE_SEMAPHORE, "taken") ? 0 : 1; }
 
-bool Create_Semaphore(const Model &model, key_t key, Snapshot *pSnapshot)
+bool Create_Semaphore(const Model &tModel, key_t tKey, Snapshot *ptSnapshot)
 {
-    if (Has_Fault(model, SERVICE_SEMAPHORE, "absent"))
+    if (Has_Fault(tModel, SERVICE_SEMAPHORE, "absent"))
         return true;
-    pSnapshot->semaphoreId = semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
-    if (pSnapshot->semaphoreId < 0 && errno == EEXIST) {
+    ptSnapshot->iSemaphoreId = semget(tKey, 1, IPC_CREAT | IPC_EXCL | 0666);
+    if (ptSnapshot->iSemaphoreId < 0 && errno == EEXIST) {
         // A killed simcam has left it. Its value stays: a client may hold it and will give it back.
-        pSnapshot->semaphoreId = semget(key, 1, 0);
-        return pSnapshot->semaphoreId >= 0 || Report_Error("cannot take over the semaphore");
+        ptSnapshot->iSemaphoreId = semget(tKey, 1, 0);
+        return ptSnapshot->iSemaphoreId >= 0 || Report_Error("cannot take over the semaphore");
     }
-    return (pSnapshot->semaphoreId >= 0 && semctl(pSnapshot->semaphoreId, 0, SETVAL, Get_InitialValue(model)) == 0) ||
+    return (ptSnapshot->iSemaphoreId >= 0 &&
+            semctl(ptSnapshot->iSemaphoreId, 0, SETVAL, Get_InitialValue(tModel)) == 0) ||
            Report_Error("cannot create the semaphore");
 }
 
-bool Create_Segment(const Model &model, key_t key, Snapshot *pSnapshot)
+bool Create_Segment(const Model &tModel, key_t tKey, Snapshot *ptSnapshot)
 {
-    if (Has_Fault(model, SERVICE_SNAPSHOT, "absent"))
+    if (Has_Fault(tModel, SERVICE_SNAPSHOT, "absent"))
         return true;
-    pSnapshot->segmentId = shmget(key, Get_SegmentSize(model), IPC_CREAT | 0666);
-    void *pMapping = shmat(pSnapshot->segmentId, nullptr, 0);
+    ptSnapshot->iSegmentId = shmget(tKey, Get_SegmentSize(tModel), IPC_CREAT | 0666);
+    void *pMapping = shmat(ptSnapshot->iSegmentId, nullptr, 0);
     if (reinterpret_cast<intptr_t>(pMapping) == -1)
         return Report_Error("cannot create the snapshot segment");
-    pSnapshot->pMapping = pMapping;
+    ptSnapshot->pMapping = pMapping;
     return true;
 }
 
 /// Takes all access rights away again where the faults say so; what is attached already stays usable.
-bool Deny_Access(const Model &model, const Snapshot &snapshot)
+bool Deny_Access(const Model &tModel, const Snapshot &tSnapshot)
 {
-    struct semid_ds semaphore = {};
-    struct shmid_ds segment = {};
-    semaphore.sem_perm.uid = segment.shm_perm.uid = geteuid();
-    semaphore.sem_perm.gid = segment.shm_perm.gid = getegid();
-    if ((Has_Fault(model, SERVICE_SEMAPHORE, "denied") && semctl(snapshot.semaphoreId, 0, IPC_SET, &semaphore) != 0) ||
-        (Has_Fault(model, SERVICE_SNAPSHOT, "denied") && shmctl(snapshot.segmentId, IPC_SET, &segment) != 0)) {
+    struct semid_ds tSemaphore = {};
+    struct shmid_ds tSegment = {};
+    tSemaphore.sem_perm.uid = tSegment.shm_perm.uid = geteuid();
+    tSemaphore.sem_perm.gid = tSegment.shm_perm.gid = getegid();
+    if ((Has_Fault(tModel, SERVICE_SEMAPHORE, "denied") &&
+         semctl(tSnapshot.iSemaphoreId, 0, IPC_SET, &tSemaphore) != 0) ||
+        (Has_Fault(tModel, SERVICE_SNAPSHOT, "denied") && shmctl(tSnapshot.iSegmentId, IPC_SET, &tSegment) != 0)) {
         return Report_Error("cannot deny access to the snapshot");
     }
     return true;
 }
 
-bool Move_Semaphore(const Snapshot &snapshot, short step)
+bool Move_Semaphore(const Snapshot &tSnapshot, short iStep)
 {
-    const struct timespec limit = {1, 0};
-    struct sembuf operation = {0, step, SEM_UNDO};
-    return semtimedop(snapshot.semaphoreId, &operation, 1, &limit) == 0 || Report_Error("cannot move the semaphore");
+    const struct timespec tLimit = {1, 0};
+    struct sembuf tOperation = {0, iStep, SEM_UNDO};
+    return semtimedop(tSnapshot.iSemaphoreId, &tOperation, 1, &tLimit) == 0 ||
+           Report_Error("cannot move the semaphore");
 }
 
 } // namespace
 
-bool Open_Snapshot(const Model &model, Snapshot *pSnapshot)
+bool Open_Snapshot(const Model &tModel, Snapshot *ptSnapshot)
 {
-    const key_t key = Get_IpcKey();
-    if (key == -1)
+    const key_t tKey = Get_IpcKey();
+    if (tKey == -1)
         return Report_Error(DAEMON_PROGRAM);
-    return Create_Semaphore(model, key, pSnapshot) && Create_Segment(model, key, pSnapshot) &&
-           Deny_Access(model, *pSnapshot) && Publish_Snapshot(model, *pSnapshot);
+    return Create_Semaphore(tModel, tKey, ptSnapshot) && Create_Segment(tModel, tKey, ptSnapshot) &&
+           Deny_Access(tModel, *ptSnapshot) && Publish_Snapshot(tModel, *ptSnapshot);
 }
 
-bool Update_Snapshot(const Model &before, const Model &after, Snapshot *pSnapshot)
+bool Update_Snapshot(const Model &tBefore, const Model &tAfter, Snapshot *ptSnapshot)
 {
-    bool isSame = true;
-    for (const Service service : {SERVICE_SNAPSHOT, SERVICE_SEMAPHORE})
-        isSame = isSame && before.faults[service] == after.faults[service];
+    bool bSame = true;
+    for (const Service eService : {SERVICE_SNAPSHOT, SERVICE_SEMAPHORE})
+        bSame = bSame && tBefore.atFaults[eService] == tAfter.atFaults[eService];
     for (const char *pszSetting : {"snapshot base", "snapshot size"})
-        isSame = isSame && before.settings.at(pszSetting) == after.settings.at(pszSetting);
-    if (isSame)
-        return Publish_Snapshot(after, *pSnapshot);
-    Close_Snapshot(*pSnapshot);
-    *pSnapshot = {};
-    return Open_Snapshot(after, pSnapshot);
+        bSame = bSame && tBefore.tSettings.at(pszSetting) == tAfter.tSettings.at(pszSetting);
+    if (bSame)
+        return Publish_Snapshot(tAfter, *ptSnapshot);
+    Close_Snapshot(*ptSnapshot);
+    *ptSnapshot = {};
+    return Open_Snapshot(tAfter, ptSnapshot);
 }
 
-std::string Check_SnapshotSize(const Model &model)
+std::string Check_SnapshotSize(const Model &tModel)
 {
-    const size_t size = Build_SnapshotImage(model).size();
-    if (size <= Get_Number(model, "snapshot size"))
+    const size_t uSize = Build_SnapshotImage(tModel).size();
+    if (uSize <= Get_Number(tModel, "snapshot size"))
         return "";
-    return "the keys take " + std::to_string(size) + " bytes, which is more than the snapshot has";
+    return "the keys take " + std::to_string(uSize) + " bytes, which is more than the snapshot has";
 }
 
-bool Publish_Snapshot(const Model &model, const Snapshot &snapshot)
+bool Publish_Snapshot(const Model &tModel, const Snapshot &tSnapshot)
 {
-    if (snapshot.pMapping == nullptr)
+    if (tSnapshot.pMapping == nullptr)
         return true;
-    const std::string error = Check_SnapshotSize(model);
-    if (!error.empty()) {
-        fprintf(stderr, "simcam: %s\n", error.c_str());
+    const std::string strError = Check_SnapshotSize(tModel);
+    if (!strError.empty()) {
+        fprintf(stderr, "simcam: %s\n", strError.c_str());
         return false;
     }
-    const std::string image = Build_SnapshotImage(model);
-    const bool isTaken = model.faults[SERVICE_SEMAPHORE].word.empty() && Move_Semaphore(snapshot, -1);
-    memcpy(snapshot.pMapping, image.data(), std::min(image.size(), Get_SegmentSize(model)));
-    if (isTaken)
-        Move_Semaphore(snapshot, 1);
+    const std::string strImage = Build_SnapshotImage(tModel);
+    const bool bTaken = tModel.atFaults[SERVICE_SEMAPHORE].strWord.empty() && Move_Semaphore(tSnapshot, -1);
+    memcpy(tSnapshot.pMapping, strImage.data(), std::min(strImage.size(), Get_SegmentSize(tModel)));
+    if (bTaken)
+        Move_Semaphore(tSnapshot, 1);
     return true;
 }
 
-std::string Describe_Leftovers(const Model &model, const Snapshot &snapshot)
+std::string Describe_Leftovers(const Model &tModel, const Snapshot &tSnapshot)
 {
-    std::string lines;
-    const int value = semctl(snapshot.semaphoreId, 0, GETVAL);
-    if (value >= 0 && value != Get_InitialValue(model))
-        lines += "semaphore " + std::to_string(value) + "\n";
-    struct shmid_ds description = {};
-    if (shmctl(snapshot.segmentId, IPC_STAT, &description) == 0 && description.shm_nattch > 1)
-        lines += "attached " + std::to_string(description.shm_nattch - 1) + "\n";
-    return lines;
+    std::string strLines;
+    const int iValue = semctl(tSnapshot.iSemaphoreId, 0, GETVAL);
+    if (iValue >= 0 && iValue != Get_InitialValue(tModel))
+        strLines += "semaphore " + std::to_string(iValue) + "\n";
+    struct shmid_ds tDescription = {};
+    if (shmctl(tSnapshot.iSegmentId, IPC_STAT, &tDescription) == 0 && tDescription.shm_nattch > 1)
+        strLines += "attached " + std::to_string(tDescription.shm_nattch - 1) + "\n";
+    return strLines;
 }
 
-void Close_Snapshot(const Snapshot &snapshot)
+void Close_Snapshot(const Snapshot &tSnapshot)
 {
-    if (snapshot.pMapping != nullptr)
-        shmdt(snapshot.pMapping);
-    if (snapshot.segmentId >= 0)
-        shmctl(snapshot.segmentId, IPC_RMID, nullptr);
-    if (snapshot.semaphoreId >= 0)
-        semctl(snapshot.semaphoreId, 0, IPC_RMID);
+    if (tSnapshot.pMapping != nullptr)
+        shmdt(tSnapshot.pMapping);
+    if (tSnapshot.iSegmentId >= 0)
+        shmctl(tSnapshot.iSegmentId, IPC_RMID, nullptr);
+    if (tSnapshot.iSemaphoreId >= 0)
+        semctl(tSnapshot.iSemaphoreId, 0, IPC_RMID);
 }

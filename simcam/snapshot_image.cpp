@@ -20,11 +20,11 @@ enum RecordWord {
 };
 
 struct Node {
-    std::string name;
-    std::string text;
-    size_t parent;
-    std::vector<size_t> children;
-    std::array<uint32_t, WORD_COUNT> words = {}; // as they go into the image
+    std::string strName;
+    std::string strText;
+    size_t uParent;
+    std::vector<size_t> auChildren;
+    std::array<uint32_t, WORD_COUNT> adwWords = {}; // as they go into the image
 };
 
 using Tree = std::vector<Node>; // the root is node 0
@@ -36,114 +36,114 @@ constexpr std::pair<const char *, RecordWord> WILD_WORDS[] = {
     {"wild-texts", WORD_TEXT},
 };
 
-size_t Add_Node(Tree *pTree, size_t parent, const std::string &name, const std::string &text)
+size_t Add_Node(Tree *pTree, size_t uParent, const std::string &strName, const std::string &strText)
 {
-    const size_t node = pTree->size();
-    pTree->push_back({name, text, parent, {}});
-    (*pTree)[parent].children.push_back(node);
-    return node;
+    const size_t uNode = pTree->size();
+    pTree->push_back({strName, strText, uParent, {}});
+    (*pTree)[uParent].auChildren.push_back(uNode);
+    return uNode;
 }
 
-size_t Find_Or_Add_Node(Tree *pTree, size_t parent, const std::string &name)
+size_t Find_OrAddNode(Tree *pTree, size_t uParent, const std::string &strName)
 {
-    for (const size_t child : (*pTree)[parent].children) {
-        if ((*pTree)[child].name == name)
-            return child;
+    for (const size_t uChild : (*pTree)[uParent].auChildren) {
+        if ((*pTree)[uChild].strName == strName)
+            return uChild;
     }
-    return Add_Node(pTree, parent, name, "");
+    return Add_Node(pTree, uParent, strName, "");
 }
 
-Tree Build_Tree(const Model &model)
+Tree Build_Tree(const Model &tModel)
 {
-    Tree tree = {{"root", "", 0, {}}};
-    for (const Key &key : model.keys) {
-        size_t node = 0;
-        for (const std::string &component : Split_Text(key.name, '_'))
-            node = Find_Or_Add_Node(&tree, node, component);
-        for (const auto &[name, text] : key.children)
-            Add_Node(&tree, node, name, text);
+    Tree atTree = {{"root", "", 0, {}}};
+    for (const Key &tKey : tModel.atKeys) {
+        size_t uNode = 0;
+        for (const std::string &strComponent : Split_Text(tKey.strName, '_'))
+            uNode = Find_OrAddNode(&atTree, uNode, strComponent);
+        for (const auto &[strName, strText] : tKey.atChildren)
+            Add_Node(&atTree, uNode, strName, strText);
     }
-    return tree;
+    return atTree;
 }
 
-uint32_t Get_Address(const Model &model, size_t node)
+uint32_t Get_Address(const Model &tModel, size_t uNode)
 {
-    return Get_Number(model, "snapshot base") + HEADER_SIZE + static_cast<uint32_t>(node * WORD_COUNT * 4);
+    return Get_Number(tModel, "snapshot base") + HEADER_SIZE + static_cast<uint32_t>(uNode * WORD_COUNT * 4);
 }
 
-void Link_Nodes(const Model &model, Tree *pTree)
+void Link_Nodes(const Model &tModel, Tree *pTree)
 {
-    for (size_t node = 0; node < pTree->size(); ++node) {
-        const std::vector<size_t> &children = (*pTree)[node].children;
-        auto *pWords = &(*pTree)[node].words;
-        (*pWords)[WORD_INDEX] = static_cast<uint32_t>(node);
-        (*pWords)[WORD_CHILD_COUNT] = static_cast<uint32_t>(children.size());
-        (*pWords)[WORD_PARENT] = node == 0 ? 0 : Get_Address(model, (*pTree)[node].parent);
-        (*pWords)[WORD_FIRST_CHILD] = children.empty() ? 0 : Get_Address(model, children.front());
-        for (size_t i = 1; i < children.size(); ++i)
-            (*pTree)[children[i - 1]].words[WORD_NEXT_SIBLING] = Get_Address(model, children[i]);
+    for (size_t uNode = 0; uNode < pTree->size(); ++uNode) {
+        const std::vector<size_t> &auChildren = (*pTree)[uNode].auChildren;
+        auto *pWords = &(*pTree)[uNode].adwWords;
+        (*pWords)[WORD_INDEX] = static_cast<uint32_t>(uNode);
+        (*pWords)[WORD_CHILD_COUNT] = static_cast<uint32_t>(auChildren.size());
+        (*pWords)[WORD_PARENT] = uNode == 0 ? 0 : Get_Address(tModel, (*pTree)[uNode].uParent);
+        (*pWords)[WORD_FIRST_CHILD] = auChildren.empty() ? 0 : Get_Address(tModel, auChildren.front());
+        for (size_t i = 1; i < auChildren.size(); ++i)
+            (*pTree)[auChildren[i - 1]].adwWords[WORD_NEXT_SIBLING] = Get_Address(tModel, auChildren[i]);
     }
 }
 
 /// Appends the nodes' names or texts to the strings behind the records and enters their addresses.
-void Place_Strings(const Model &model, RecordWord word, bool isTerminated, Tree *pTree, std::string *pStrings)
+void Place_Strings(const Model &tModel, RecordWord eWord, bool bTerminated, Tree *pTree, std::string *pStrings)
 {
-    const uint32_t start = Get_Address(model, pTree->size());
-    for (Node &node : *pTree) {
-        node.words[word] = start + static_cast<uint32_t>(pStrings->size());
-        *pStrings += (word == WORD_NAME ? node.name : node.text) + (isTerminated ? '\0' : 'x');
+    const uint32_t dwStart = Get_Address(tModel, pTree->size());
+    for (Node &tNode : *pTree) {
+        tNode.adwWords[eWord] = dwStart + static_cast<uint32_t>(pStrings->size());
+        *pStrings += (eWord == WORD_NAME ? tNode.strName : tNode.strText) + (bTerminated ? '\0' : 'x');
     }
-    const size_t room = Get_Number(model, "snapshot size");
-    const size_t recordsEnd = start - Get_Number(model, "snapshot base");
-    if (!isTerminated && recordsEnd + pStrings->size() < room)
-        pStrings->resize(room - recordsEnd, 'x');
+    const size_t uRoom = Get_Number(tModel, "snapshot size");
+    const size_t uRecordsEnd = dwStart - Get_Number(tModel, "snapshot base");
+    if (!bTerminated && uRecordsEnd + pStrings->size() < uRoom)
+        pStrings->resize(uRoom - uRecordsEnd, 'x');
 }
 
-void Spoil_Links(const Model &model, Tree *pTree)
+void Spoil_Links(const Model &tModel, Tree *pTree)
 {
-    const uint32_t end = Get_Number(model, "snapshot base") + Get_Number(model, "snapshot size");
-    const uint32_t aAddresses[] = {end, Get_Address(model, 0) - 2 * HEADER_SIZE, end - 4, UINT32_MAX - 15, 1};
-    for (const auto &[pszFault, word] : WILD_WORDS) {
-        for (size_t node = 0; node < pTree->size() && Has_Fault(model, SERVICE_SNAPSHOT, pszFault); ++node)
-            (*pTree)[node].words[word] = aAddresses[node % std::size(aAddresses)];
+    const uint32_t dwEnd = Get_Number(tModel, "snapshot base") + Get_Number(tModel, "snapshot size");
+    const uint32_t adwAddresses[] = {dwEnd, Get_Address(tModel, 0) - 2 * HEADER_SIZE, dwEnd - 4, UINT32_MAX - 15, 1};
+    for (const auto &[pszFault, eWord] : WILD_WORDS) {
+        for (size_t uNode = 0; uNode < pTree->size() && Has_Fault(tModel, SERVICE_SNAPSHOT, pszFault); ++uNode)
+            (*pTree)[uNode].adwWords[eWord] = adwAddresses[uNode % std::size(adwAddresses)];
     }
-    const std::vector<size_t> &top = pTree->front().children;
-    if (Has_Fault(model, SERVICE_SNAPSHOT, "loop") && !top.empty())
-        (*pTree)[top.back()].words[WORD_NEXT_SIBLING] = Get_Address(model, top.front());
+    const std::vector<size_t> &auTop = pTree->front().auChildren;
+    if (Has_Fault(tModel, SERVICE_SNAPSHOT, "loop") && !auTop.empty())
+        (*pTree)[auTop.back()].adwWords[WORD_NEXT_SIBLING] = Get_Address(tModel, auTop.front());
 }
 
-void Append_Word(std::string *pImage, uint32_t word)
+void Append_Word(std::string *pImage, uint32_t dwWord)
 {
-    for (int shift = 0; shift < 32; shift += 8)
-        *pImage += static_cast<char>(word >> shift & 0xff);
+    for (int iShift = 0; iShift < 32; iShift += 8)
+        *pImage += static_cast<char>(dwWord >> iShift & 0xff);
 }
 
 } // namespace
 
-std::string Build_SnapshotImage(const Model &model)
+std::string Build_SnapshotImage(const Model &tModel)
 {
-    Model shown = model;
-    if (Has_Fault(model, SERVICE_SNAPSHOT, "alias-loop")) {
-        Apply_ModelLine("alias system_hostname=system_ntp", "", &shown);
-        Apply_ModelLine("alias system_ntp=system_hostname", "", &shown);
+    Model tShown = tModel;
+    if (Has_Fault(tModel, SERVICE_SNAPSHOT, "alias-loop")) {
+        Apply_ModelLine("alias system_hostname=system_ntp", "", &tShown);
+        Apply_ModelLine("alias system_ntp=system_hostname", "", &tShown);
     }
-    Tree tree = Build_Tree(shown);
-    Link_Nodes(model, &tree);
-    std::string strings;
-    const bool areTextsLast = Has_Fault(model, SERVICE_SNAPSHOT, "unterminated-texts");
-    if (areTextsLast)
-        Place_Strings(model, WORD_NAME, true, &tree, &strings);
-    Place_Strings(model, WORD_TEXT, !areTextsLast, &tree, &strings);
-    if (!areTextsLast)
-        Place_Strings(model, WORD_NAME, !Has_Fault(model, SERVICE_SNAPSHOT, "unterminated"), &tree, &strings);
-    Spoil_Links(model, &tree);
+    Tree atTree = Build_Tree(tShown);
+    Link_Nodes(tModel, &atTree);
+    std::string strStrings;
+    const bool bTextsLast = Has_Fault(tModel, SERVICE_SNAPSHOT, "unterminated-texts");
+    if (bTextsLast)
+        Place_Strings(tModel, WORD_NAME, true, &atTree, &strStrings);
+    Place_Strings(tModel, WORD_TEXT, !bTextsLast, &atTree, &strStrings);
+    if (!bTextsLast)
+        Place_Strings(tModel, WORD_NAME, !Has_Fault(tModel, SERVICE_SNAPSHOT, "unterminated"), &atTree, &strStrings);
+    Spoil_Links(tModel, &atTree);
 
-    std::string image;
-    Append_Word(&image, Get_Number(model, "snapshot base"));
-    Append_Word(&image, Get_Address(model, 0));
-    for (const Node &node : tree) {
-        for (const uint32_t word : node.words)
-            Append_Word(&image, word);
+    std::string strImage;
+    Append_Word(&strImage, Get_Number(tModel, "snapshot base"));
+    Append_Word(&strImage, Get_Address(tModel, 0));
+    for (const Node &tNode : atTree) {
+        for (const uint32_t dwWord : tNode.adwWords)
+            Append_Word(&strImage, dwWord);
     }
-    return image + strings;
+    return strImage + strStrings;
 }

@@ -12,4 +12,4 @@
 
 /// Lays out the image, spoilt as the model's snapshot fault says. It is as large as its content, except for the faults
 /// that fill the segment to its end.
-std::string Build_SnapshotImage(const Model &model);
+std::string Build_SnapshotImage(const Model &tModel);

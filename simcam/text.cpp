@@ -15,91 +15,91 @@ const size_t MAX_NAME_BYTES = 1U << 20; // of all of them
 
 } // namespace
 
-bool Decode_Escapes(const std::string &text, std::string *pDecoded)
+bool Decode_Escapes(const std::string &strText, std::string *pDecoded)
 {
     pDecoded->clear();
-    for (size_t i = 0; i < text.size(); ++i) {
-        unsigned long byte = static_cast<unsigned char>(text[i]);
-        if (text[i] == '\\') {
-            const char letter = ++i < text.size() ? text[i] : '\0';
-            bool isKnown =
-                letter == 'x' && i + 2 < text.size() && Parse_Number("0x" + text.substr(i + 1, 2), 255, &byte);
-            i += isKnown ? 2 : 0;
-            for (const auto &[known, value] : ESCAPES) {
-                if (letter == known) {
-                    byte = static_cast<unsigned char>(value);
-                    isKnown = true;
+    for (size_t i = 0; i < strText.size(); ++i) {
+        unsigned long uByte = static_cast<unsigned char>(strText[i]);
+        if (strText[i] == '\\') {
+            const char cLetter = ++i < strText.size() ? strText[i] : '\0';
+            bool bKnown =
+                cLetter == 'x' && i + 2 < strText.size() && Parse_Number("0x" + strText.substr(i + 1, 2), 255, &uByte);
+            i += bKnown ? 2 : 0;
+            for (const auto &[cKnown, cValue] : ESCAPES) {
+                if (cLetter == cKnown) {
+                    uByte = static_cast<unsigned char>(cValue);
+                    bKnown = true;
                 }
             }
-            if (!isKnown)
+            if (!bKnown)
                 return false;
         }
-        *pDecoded += static_cast<char>(byte);
+        *pDecoded += static_cast<char>(uByte);
     }
     return true;
 }
 
-std::string Encode_Escapes(const std::string &text)
+std::string Encode_Escapes(const std::string &strText)
 {
-    std::string encoded;
-    for (const char c : text) {
-        char aEscape[8] = {c};
+    std::string strEncoded;
+    for (const char c : strText) {
+        char szEscape[8] = {c};
         if (c < 0x20 || c > 0x7e)
-            snprintf(aEscape, sizeof aEscape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-        for (const auto &[letter, value] : ESCAPES) {
-            if (c == value)
-                snprintf(aEscape, sizeof aEscape, "\\%c", letter);
+            snprintf(szEscape, sizeof szEscape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        for (const auto &[cLetter, cValue] : ESCAPES) {
+            if (c == cValue)
+                snprintf(szEscape, sizeof szEscape, "\\%c", cLetter);
         }
-        encoded += aEscape;
+        strEncoded += szEscape;
     }
-    return encoded;
+    return strEncoded;
 }
 
-std::vector<std::string> Split_Text(const std::string &text, char separator)
+std::vector<std::string> Split_Text(const std::string &strText, char cSeparator)
 {
-    std::vector<std::string> parts;
-    size_t start = 0;
-    for (size_t end = text.find(separator); end != std::string::npos; end = text.find(separator, start)) {
-        parts.push_back(text.substr(start, end - start));
-        start = end + 1;
+    std::vector<std::string> astrParts;
+    size_t uStart = 0;
+    for (size_t uEnd = strText.find(cSeparator); uEnd != std::string::npos; uEnd = strText.find(cSeparator, uStart)) {
+        astrParts.push_back(strText.substr(uStart, uEnd - uStart));
+        uStart = uEnd + 1;
     }
-    parts.push_back(text.substr(start));
-    return parts;
+    astrParts.push_back(strText.substr(uStart));
+    return astrParts;
 }
 
-const char *Expand_Braces(const std::string &text, std::vector<std::string> *pNames)
+const char *Expand_Braces(const std::string &strText, std::vector<std::string> *pNames)
 {
-    const size_t open = text.find('{');
-    *pNames = {text.substr(0, open)};
-    if (open == std::string::npos)
+    const size_t uOpen = strText.find('{');
+    *pNames = {strText.substr(0, uOpen)};
+    if (uOpen == std::string::npos)
         return nullptr;
-    for (const std::string &part : Split_Text(text.substr(open + 1), '{')) {
-        const size_t close = part.find('}');
-        if (close == std::string::npos)
+    for (const std::string &strPart : Split_Text(strText.substr(uOpen + 1), '{')) {
+        const size_t uClose = strPart.find('}');
+        if (uClose == std::string::npos)
             return "a brace is not closed";
-        const std::vector<std::string> words = Split_Text(part.substr(0, close), ',');
-        std::vector<std::string> longer;
-        size_t bytes = 0;
-        for (const std::string &name : *pNames) {
-            for (const std::string &word : words) {
-                longer.push_back(name + word + part.substr(close + 1));
-                bytes += longer.back().size();
-                if (longer.size() > MAX_NAMES || bytes > MAX_NAME_BYTES)
+        const std::vector<std::string> astrWords = Split_Text(strPart.substr(0, uClose), ',');
+        std::vector<std::string> astrLonger;
+        size_t uBytes = 0;
+        for (const std::string &strName : *pNames) {
+            for (const std::string &strWord : astrWords) {
+                astrLonger.push_back(strName + strWord + strPart.substr(uClose + 1));
+                uBytes += astrLonger.back().size();
+                if (astrLonger.size() > MAX_NAMES || uBytes > MAX_NAME_BYTES)
                     return "its braces stand for too many names";
             }
         }
-        pNames->swap(longer);
+        pNames->swap(astrLonger);
     }
     return nullptr;
 }
 
-bool Parse_Number(const std::string &text, unsigned long maximum, unsigned long *pNumber)
+bool Parse_Number(const std::string &strText, unsigned long uMaximum, unsigned long *pNumber)
 {
-    if (text.empty() || !isdigit(static_cast<unsigned char>(text[0])))
+    if (strText.empty() || !isdigit(static_cast<unsigned char>(strText[0])))
         return false;
-    const int base = text.compare(0, 2, "0x") == 0 ? 16 : 10;
-    char *pEnd = nullptr;
+    const int iBase = strText.compare(0, 2, "0x") == 0 ? 16 : 10;
+    char *pcEnd = nullptr;
     errno = 0;
-    *pNumber = strtoul(text.c_str(), &pEnd, base);
-    return errno == 0 && pEnd == text.c_str() + text.size() && *pNumber <= maximum;
+    *pNumber = strtoul(strText.c_str(), &pcEnd, iBase);
+    return errno == 0 && pcEnd == strText.c_str() + strText.size() && *pNumber <= uMaximum;
 }

@@ -120,12 +120,12 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
 {
     ParamContext tContext = {};
     const std::string strLong(256, 'a');
-    const auto Parse = [&](const char *pszTemplate, int iLength, int iIndexCount) {
+    const auto pfnParse = [&](const char *pszTemplate, int iLength, int iIndexCount) {
         return QuorvexDispatchParser(pszTemplate, strLong.c_str(), iLength, iIndexCount, &tContext);
     };
-    EXPECT_EQ(Parse(strLong.c_str(), 256, 0), -1);
-    EXPECT_EQ(Parse(strLong.c_str() + 1, 255, 0), 0);
-    EXPECT_EQ(Parse("a", 1, 3), -1);
+    EXPECT_EQ(pfnParse(strLong.c_str(), 256, 0), -1);
+    EXPECT_EQ(pfnParse(strLong.c_str() + 1, 255, 0), 0);
+    EXPECT_EQ(pfnParse("a", 1, 3), -1);
 }
 
 TEST(Getenv, RefusesWritesThatAPageOfAnotherSiteMade)

@@ -15,16 +15,16 @@
 #include <vector>
 
 /// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
-static std::function<bool()> g_fnOnCalloc;
+static std::function<bool()> g_pfnOnCalloc;
 extern "C" void *__real_calloc(size_t uCount, size_t uSize); // NOLINT
 extern "C" void *__wrap_calloc(size_t uCount, size_t uSize)  // NOLINT
 {
-    return !g_fnOnCalloc || g_fnOnCalloc() ? __real_calloc(uCount, uSize) : nullptr;
+    return !g_pfnOnCalloc || g_pfnOnCalloc() ? __real_calloc(uCount, uSize) : nullptr;
 }
 
 using Parser = std::unique_ptr<SXMLParserContext, void (*)(SXMLParserContext *)>;
 
-static Parser MakeParser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_MODE, 1, {}, {}, {}, {}, {}, 0, 0})
+static Parser Make_Parser(const SXMLParserOptions &tOptions = {SXML_SET_CALLBACK_MODE, 1, {}, {}, {}, {}, {}, 0, 0})
 {
     SXMLParserContext *pParser = nullptr;
     EXPECT_EQ(SXMLParser_Initial(&pParser), 0);
@@ -40,16 +40,16 @@ static int Parse(const Parser &pParser, const std::string &strText, int32_t iMod
     return SXMLParser_Process(pParser.get(), pText.get(), iMode);
 }
 
-static Parser ParseTree(const std::string &strText)
+static Parser Parse_Tree(const std::string &strText)
 {
-    Parser pParser = MakeParser();
+    Parser pParser = Make_Parser();
     EXPECT_EQ(Parse(pParser, strText), 0) << strText;
     return pParser;
 }
 
 static std::string TextOf(const char *pszText) { return pszText != nullptr ? pszText : "(none)"; }
 
-static std::string TagsOf(SXMLParserContext *p)
+static std::string Get_Tags(SXMLParserContext *p)
 {
     std::string strTags;
     for (const SXMLElement *pElement = SXMLParser_EnumStart(p); pElement != nullptr; pElement = SXMLParser_EnumNext(p))
@@ -58,19 +58,19 @@ static std::string TagsOf(SXMLParserContext *p)
 }
 
 /// After a failure the answers are free, but reading them must not fault.
-static void AskEverything(SXMLParserContext *p)
+static void Ask_Everything(SXMLParserContext *p)
 {
     for (int32_t i = SXMLParser_GetElementCount(p) + SXMLParser_GetAttributeCount(p); i >= -1; i--)
         (void)(TextOf(SXMLParser_GetTagValueByIndex(p, i)) + TextOf(SXMLParser_GetAttrValueByIndex(p, i)));
-    (void)(TagsOf(p) + TextOf(SXMLParser_GetTagValueByName(p, "root", "a", nullptr)));
+    (void)(Get_Tags(p) + TextOf(SXMLParser_GetTagValueByName(p, "root", "a", nullptr)));
     (void)TextOf(SXMLParser_GetAttrValueByName(p, "x", "root", "a", nullptr));
 }
 
 TEST(SxmlParser, AnswersByPathIndexAndAttribute)
 {
     const Parser pParser =
-        ParseTree("<?xml version=\"1.0\"?>\n<root v='2'>\n<quorvex><ntpinterval></ntpinterval><n>1</n><n>2</n>"
-                  "</quorvex><e x = \"a'b\"\ty='&lt;'k:1.-_=\"\"/></root>\n<top>t</top>");
+        Parse_Tree("<?xml version=\"1.0\"?>\n<root v='2'>\n<quorvex><ntpinterval></ntpinterval><n>1</n><n>2</n>"
+                   "</quorvex><e x = \"a'b\"\ty='&lt;'k:1.-_=\"\"/></root>\n<top>t</top>");
     SXMLParserContext *p = pParser.get();
     EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "quorvex", "ntpinterval", nullptr)), "");
     EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "quorvex", "n", nullptr)), "1");
@@ -91,20 +91,20 @@ TEST(SxmlParser, AnswersByPathIndexAndAttribute)
         EXPECT_EQ(SXMLParser_GetElementByIndex(p, iIndex), nullptr) << iIndex;
         EXPECT_EQ(SXMLParser_GetAttrValueByIndex(p, iIndex), nullptr) << iIndex;
     }
-    EXPECT_EQ(TagsOf(p), "root quorvex ntpinterval n n e top ");
+    EXPECT_EQ(Get_Tags(p), "root quorvex ntpinterval n n e top ");
 }
 
 TEST(SxmlParser, AnswersNothingWithoutATree)
 {
-    AskEverything(nullptr);
-    const Parser pParser = MakeParser();
+    Ask_Everything(nullptr);
+    const Parser pParser = Make_Parser();
     for (const char *pszText : {"", "no tag at all", "<!-- -->\n"}) {
-        EXPECT_EQ(TagsOf(pParser.get()), "");
+        EXPECT_EQ(Get_Tags(pParser.get()), "");
         EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "root", nullptr), 0);
         EXPECT_EQ(Parse(pParser, pszText), 0);
     }
     EXPECT_EQ(SXMLParser_Release(nullptr), -1);
-    SXMLParserContext *pReleased = MakeParser().release();
+    SXMLParserContext *pReleased = Make_Parser().release();
     EXPECT_EQ(SXMLParser_Release(&pReleased), 0);
     EXPECT_EQ(pReleased, nullptr);
 }
@@ -120,7 +120,7 @@ TEST(SxmlParser, KeepsTheTextBetweenATagAndItsEnd)
     };
     for (const auto &[strValue, apszText] : tTextsByValue)
         for (const char *pszText : apszText)
-            EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(ParseTree(pszText).get(), 1)), strValue) << pszText;
+            EXPECT_EQ(TextOf(SXMLParser_GetTagValueByIndex(Parse_Tree(pszText).get(), 1)), strValue) << pszText;
 }
 
 TEST(SxmlParser, ReportsWhatIsWrong)
@@ -138,20 +138,20 @@ TEST(SxmlParser, ReportsWhatIsWrong)
     for (const auto &[dwCode, apszText] : tTextsByCode) {
         const bool bTreeOnly = dwCode == 0x80000005 || dwCode == 0x80000010; // callbacks see no nesting
         for (const char *pszText : apszText) {
-            const Parser pParser = MakeParser();
+            const Parser pParser = Make_Parser();
             EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText)), dwCode) << pszText;
-            AskEverything(pParser.get());
+            Ask_Everything(pParser.get());
             EXPECT_EQ(static_cast<uint32_t>(Parse(pParser, pszText, SXML_MODE_CALLBACK)), bTreeOnly ? 0 : dwCode)
                 << pszText;
         }
     }
-    EXPECT_EQ(Parse(MakeParser({}), "", SXML_MODE_CALLBACK), -1);
-    EXPECT_EQ(Parse(MakeParser(), "<", 3), 0);
+    EXPECT_EQ(Parse(Make_Parser({}), "", SXML_MODE_CALLBACK), -1);
+    EXPECT_EQ(Parse(Make_Parser(), "<", 3), 0);
 }
 
 TEST(SxmlParser, KnowsTheCharactersOfNames)
 {
-    const Parser pParser = MakeParser();
+    const Parser pParser = Make_Parser();
     for (int i = 1; i < 256; i++) {
         const std::string strChar(1, static_cast<char>(i));
         const bool bName = isalnum(i) != 0 || strchr("-.:_", i) != nullptr;
@@ -183,7 +183,7 @@ TEST(SxmlParser, CallsBackInOrder)
     tOptions.pfnTagValue = [](void *p, const char *psz, int32_t i, const char *pszValue, int32_t iValue) {
         return Log(p, {{"=", 1}, {psz, i}, {pszValue, iValue}});
     };
-    const Parser pParser = MakeParser(tOptions);
+    const Parser pParser = Make_Parser(tOptions);
     EXPECT_EQ(Parse(pParser, "x</z><a b='1' c=''>t</d ><e/>u</f>", SXML_MODE_CALLBACK), 0);
     EXPECT_EQ(strLog, "- z + a @ a b 1 @ a c  = a t - d + e = e NULL - e - f ");
     tOptions = {SXML_SET_CALLBACKS | SXML_SET_OPTION_WORDS, 7, {}, {}, {}, {}, {}, 8, 9};
@@ -203,21 +203,21 @@ static std::string Repeat(int iCount, const char *pszText)
 
 TEST(SxmlParser, TakesAnyShape)
 {
-    const Parser pWide = ParseTree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
+    const Parser pWide = Parse_Tree("<root><c><d/></c>" + Repeat(50000, "<b/>") + "</root>");
     const SXMLElement *pFirst = pWide->pXMLElement;
     EXPECT_EQ(pFirst[1].iChildCount, 50001);
     EXPECT_EQ(pFirst[4].pParent, pFirst + 1);
     EXPECT_EQ(pFirst[2].pNextSibling, pFirst + 4);
     EXPECT_EQ(pFirst[50002].pNextSibling, pFirst + 50003);
-    EXPECT_EQ(ParseTree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
-    const Parser pLong = ParseTree("<a" + Repeat(20000, " b=''") + " c='d'/>");
+    EXPECT_EQ(Parse_Tree(Repeat(300000, "<a>") + Repeat(300000, "</a>"))->iMaxDepth, 300000);
+    const Parser pLong = Parse_Tree("<a" + Repeat(20000, " b=''") + " c='d'/>");
     EXPECT_EQ(SXMLParser_GetAttrIndex(pLong.get(), "c", "a", nullptr), 20001);
 }
 
 TEST(SxmlParser, KeepsOneBlockOfTheExactSize)
 {
     const std::string strText = "<abc x='1'><b>t</b><c></c></abc>";
-    const Parser pParser = ParseTree(strText);
+    const Parser pParser = Parse_Tree(strText);
     const size_t uStrings = strlen("abc|x|1|b|t|c||") + alignof(SXMLElement) - 1; // "|" for the terminators
     const size_t uRecords = 4 * sizeof(SXMLElement) + 2 * sizeof(SXMLAttribute) + 2 * sizeof(void *);
     EXPECT_EQ(static_cast<size_t>(pParser->iBufferSize), uStrings + uRecords);
@@ -228,19 +228,19 @@ TEST(SxmlParser, KeepsOneBlockOfTheExactSize)
     EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "abc", "b", nullptr), 0);
     EXPECT_EQ(pParser->pBuffer, pBlock);
     EXPECT_EQ(Parse(pParser, "<a><b/><c/><d/></a>"), 0);
-    EXPECT_EQ(TagsOf(pParser.get()), "a b c d ");
+    EXPECT_EQ(Get_Tags(pParser.get()), "a b c d ");
 }
 
 TEST(SxmlParser, SurvivesWithoutMemory)
 {
-    const Parser pParser = ParseTree("<a/>");
+    const Parser pParser = Parse_Tree("<a/>");
     SXMLParserContext *pNone = pParser.get();
-    g_fnOnCalloc = [] { return false; };
+    g_pfnOnCalloc = [] { return false; };
     EXPECT_EQ(SXMLParser_Initial(&pNone), -1);
     EXPECT_EQ(Parse(pParser, "<root><a x='1'/></root>"), SXML_NO_MEMORY);
-    g_fnOnCalloc = nullptr;
-    AskEverything(pNone);
-    AskEverything(pParser.get());
+    g_pfnOnCalloc = nullptr;
+    Ask_Everything(pNone);
+    Ask_Everything(pParser.get());
     EXPECT_EQ(Parse(pParser, "<a/>"), 0);
 }
 
@@ -254,11 +254,11 @@ TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
     };
     for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase) {
         std::string strText = strCounted;
-        const Parser pParser = MakeParser();
-        g_fnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
+        const Parser pParser = Make_Parser();
+        g_pfnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
         EXPECT_DEATH(SXMLParser_Process(pParser.get(), strText.c_str(), SXML_MODE_TREE),
                      ": src/sxmlparser.c:[0-9]+: ConstructDOMCb: Assertion `" + strAssertion + "' failed");
-        g_fnOnCalloc = nullptr;
+        g_pfnOnCalloc = nullptr;
     }
 }
 
@@ -268,13 +268,13 @@ TEST(SxmlParser, ReadsFiles)
     const std::string strFile = strFolder + "/file.xml", strPipe = strFolder + "/pipe";
     ASSERT_TRUE(mkdir(strFolder.c_str(), 0700) == 0 && mkfifo(strPipe.c_str(), 0600) == 0) << strFolder;
     std::ofstream(strFile) << "<root><a>" << std::string(70000, 'x') << "</a></root>";
-    const Parser pParser = MakeParser();
+    const Parser pParser = Make_Parser();
     SXMLParserContext *p = pParser.get();
     EXPECT_EQ(SXMLParser_ProcessFile(p, (strFile + "x").c_str(), SXML_MODE_TREE), -1);
     EXPECT_EQ(SXMLParser_ProcessFile(p, strFile.c_str(), SXML_MODE_TREE), 0);
     EXPECT_EQ(TextOf(SXMLParser_GetTagValueByName(p, "root", "a", nullptr)).size(), 70000U);
     EXPECT_EQ(SXMLParser_ProcessFile(p, strPipe.c_str(), SXML_MODE_TREE), 0);
-    EXPECT_EQ(TagsOf(p), "root a ") << "where no size can be told nothing is parsed";
+    EXPECT_EQ(Get_Tags(p), "root a ") << "where no size can be told nothing is parsed";
     EXPECT_LE(SXMLParser_ProcessFile(p, strFolder.c_str(), SXML_MODE_TREE), 0);
     unlink(strFile.c_str());
     unlink(strPipe.c_str());
