@@ -12,8 +12,8 @@ import time
 
 import pytest
 
-from camera import (CAMERA_WELL, HEADER, PROGRAM, SIDE_FOLDER, Camera, Program, read, start_read, start_request, start_write, take_reply,
-                    wait_until)
+from camera import (CAMERA_WELL, HEADER, PROGRAM, SIDE_FOLDER, Camera, Program, read, start_read, start_request,
+                    start_write, take_reply, wait_until)
 
 NAMES = [f"VideoInput.{channel}.{name}" for channel in range(1, 5) for name in (
     "Brightness", "Contrast", "h264.1.GopSize", "Motion.ROI.2.MotionOnThreshold", "Storage.DeviceNum")]
@@ -78,7 +78,8 @@ def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera
     shapes = read_shapes()
     if disk == "full":
         request.getfixturevalue("filling_disk")
-    names = ["VideoInput.1.Brightness", "Network.Services.Ntp.PollInterval", "VideoInput.1.Motion.ROI.4.MotionOnThreshold"]
+    names = ["VideoInput.1.Brightness", "Network.Services.Ntp.PollInterval",
+             "VideoInput.1.Motion.ROI.4.MotionOnThreshold"]
     killed = 0
     for number in range(pytestconfig.option.kills):
         line = f"{names[number % 3]}={random.choice([7, 77, 100])}\r\n"
@@ -152,7 +153,7 @@ def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
 
 
 def test_a_daemon_that_closes_before_it_reads(make_camera):
-    """It takes nothing, whichever of the two the program finds out first; what comes first is not to be had by order."""
+    """It takes nothing, whichever of the two the program finds out first: which one is not to be had by order."""
     make_camera("dome", "fault configer close-at-once")
     name, seen = "General.UnitName", set()
     known = {f"write socket 38 byte, but return -1\n{HEADER}{name}=L\r\n",
