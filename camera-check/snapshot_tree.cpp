@@ -161,6 +161,7 @@ int Copy_Segment(const void *pSegment, size_t uSize, SnapshotSegment *ptCopy)
     if (pCopy == nullptr)
         return -1;
     memcpy(pCopy, pSegment, uSize);
+    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): Release_Copy frees it.
     *ptCopy = View_Segment(pCopy, static_cast<uint32_t>(uSize));
     return 0;
 }

@@ -285,7 +285,8 @@ bool Is_Directive(const std::string &strLine)
 std::string Find_AliasToNowhere(const Model &tBefore, const Model &tAfter)
 {
     for (const Key &tKey : tAfter.atKeys) {
-        const auto &[strName, strTarget] = tKey.atChildren.front();
+        const std::string &strName = tKey.atChildren.front().first;
+        const std::string &strTarget = tKey.atChildren.front().second;
         const size_t uOld = Find_Key(tBefore, tKey.strName);
         const bool bNew = uOld == tBefore.atKeys.size() || tBefore.atKeys[uOld].atChildren != tKey.atChildren;
         const auto pfnIsThere = [&](const Key &tOther) { return Is_Below(tOther, strTarget); };

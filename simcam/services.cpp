@@ -298,7 +298,7 @@ std::string Send_Change(const std::string &strLines)
     std::string strAnswer;
     struct sockaddr_un tAddress = {};
     tAddress.sun_family = AF_UNIX;
-    strcpy(tAddress.sun_path, SOCKETS[SERVICE_CONTROL].pszPath);
+    strncpy(tAddress.sun_path, SOCKETS[SERVICE_CONTROL].pszPath, sizeof tAddress.sun_path - 1);
     const int iCamera = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (connect(iCamera, reinterpret_cast<struct sockaddr *>(&tAddress), sizeof tAddress) != 0 ||
         send(iCamera, strLines.data(), strLines.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(strLines.size()) ||

@@ -105,10 +105,15 @@ def test_a_wait_goes_on_behind_a_stop(make_camera):
         assert word in take_reply(readers[name])[0]
 
 
+LIBC = ctypes.CDLL(None, use_errno=True)
+
+
+def get_semaphore():
+    return LIBC.semget(LIBC.ftok(b"/usr/sbin/configer", 99), 1, 0)
+
+
 def move_semaphore(step):
-    libc = ctypes.CDLL(None, use_errno=True)
-    semaphore = libc.semget(libc.ftok(b"/usr/sbin/configer", 99), 1, 0)
-    assert libc.semop(semaphore, (ctypes.c_short * 3)(0, step, 0), 1) == 0, os.strerror(ctypes.get_errno())
+    assert LIBC.semop(get_semaphore(), (ctypes.c_short * 3)(0, step, 0), 1) == 0, os.strerror(ctypes.get_errno())
 
 
 def test_a_wait_for_the_semaphore_goes_on_behind_a_stop(make_camera):
@@ -121,6 +126,23 @@ def test_a_wait_for_the_semaphore_goes_on_behind_a_stop(make_camera):
     time.sleep(0.1)
     move_semaphore(1)
     assert take_reply(reader) == ["General.Brand.ModelName=KD-120"]
+
+
+def test_nothing_is_waited_for_with_the_semaphore(make_camera):
+    """Without a segment a request keeps it: a daemon that comes back needs it, and so may the one who has the lock."""
+    last_process, value = 11, 12  # GETPID and GETVAL of semctl
+    camera = make_camera("dome", "fault snapshot absent", "fault analytics hang")
+    lock = os.open(SIDE_FOLDER / "config_quorvexVideo.xml", os.O_RDONLY)
+    fcntl.flock(lock, fcntl.LOCK_EX)
+    for start in (lambda: start_write("VideoInput.1.Brightness=61"),
+                  lambda: start_read(["VideoInput.Capabilities.PeopleCountingSupported"])):
+        request = start()
+        wait_until(lambda: LIBC.semctl(get_semaphore(), 0, last_process) == request.process.pid)
+        wait_until(lambda: LIBC.semctl(get_semaphore(), 0, value) == 1)
+        assert request.process.poll() is None and not [line for line in camera.log()[0] if line.startswith("set ")]
+        request.process.kill()
+        request.wait()
+    os.close(lock)
 
 
 def test_a_chain_of_aliases_in_a_large_tree(make_camera):

@@ -8,7 +8,7 @@ int Take_Semaphore(int iSemaphore);
 /// Gives it back. 0; -1 with errno set, after a line on standard error.
 int Give_Semaphore(int iSemaphore);
 
-/// Leaves a taken semaphore taken when there is nothing to read under it. The next take has it already, and whoever
-/// talks to the daemon, which may be waiting for it, gives it back before.
+/// Leaves a taken semaphore taken when there is nothing to read under it. The next take has it already, and whoever is
+/// about to wait for something else gives it back before: the daemon, or who is waited for, may be waiting for it.
 void Keep_Semaphore(int iSemaphore);
 void Give_KeptSemaphore();

@@ -4,6 +4,7 @@
 #include "common/int32.h"
 #include "common/log_identity.h"
 #include "common/string_util.h"
+#include "conflib/semaphore.h"
 #include "mapping/camera_key.h"
 
 #include <arpa/inet.h>
@@ -251,6 +252,8 @@ static void Close_Analytics(ParamContext *ptContext)
 
 int Quorvex_TCPSocketClient(ParamContext *ptContext)
 {
+    // The configuration daemon need not wait with this program.
+    Give_KeptSemaphore();
     ptContext->iAnalyticsSocket = socket(AF_INET, SOCK_STREAM, 0);
     if (ptContext->iAnalyticsSocket < 0) {
         syslog(LOG_CRIT, "TCP Socket failed");

@@ -2,6 +2,7 @@
 
 #include "common/log_identity.h"
 #include "common/wait.h"
+#include "conflib/semaphore.h"
 #include "conflib/xml_file.h"
 
 #include <errno.h>
@@ -25,6 +26,8 @@ static constexpr off_t FILE_SIZE_MAX = 1 << 24; ///< what a setter keeps of a fi
 static int Lock_InTime(int iFile, int iOperation)
 {
     constexpr int PAUSE_MILLISECONDS = 10;
+    // Whoever has the lock may be waiting for it.
+    Give_KeptSemaphore();
     if (flock(iFile, iOperation | LOCK_NB) == 0)
         return 0;
     const Wait tWait = Begin_Wait(WAIT_LOCKS);

@@ -334,7 +334,7 @@ static bool Loses_Streams(const SXMLParserContext *ptParser, int32_t iChannel)
     if (g_tFileData.iMediaStreamNum < 1)
         return SXMLParser_GetElementByTag(ptParser, "root", "quorvex", "image", Make_IndexTag('c', iChannel).szTag,
                                           "s0", static_cast<char *>(nullptr)) != nullptr;
-    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum && g_bCodecsAbsent; ++iStream)
+    for (int32_t iStream = 0; iStream < g_tFileData.iMediaStreamNum; ++iStream)
         if (Loses_GOP(ptParser, iChannel, iStream))
             return true;
     return false;
@@ -345,12 +345,25 @@ static bool Loses_Windows(const SXMLParserContext *ptParser, int32_t iChannel)
 {
     const SXMLElement *ptChannel = SXMLParser_GetElementByTag(
         ptParser, "root", "quorvex", "motion", Make_IndexTag('c', iChannel).szTag, static_cast<char *>(nullptr));
-    return g_bWindowCountAbsent && ptChannel != nullptr && ptChannel->iChildCount > g_tFileData.iMotionNum;
+    return ptChannel != nullptr && ptChannel->iChildCount > g_tFileData.iMotionNum;
+}
+
+/// Whether the camera announces less of what a file holds than it may have.
+static bool Is_ShapeDoubtful(SideFile eFile)
+{
+    switch (eFile) {
+    case VIDEO_FILE:
+        return g_bCodecsAbsent || g_tFileData.iMediaStreamNum < 1;
+    case MOTION_FILE:
+        return g_bWindowCountAbsent;
+    default:
+        return false;
+    }
 }
 
 bool Loses_Elements(SideFile eFile)
 {
-    if (eFile == SYSTEM_FILE)
+    if (!Is_ShapeDoubtful(eFile))
         return false;
     const auto pfnLoses = eFile == VIDEO_FILE ? Loses_Streams : Loses_Windows;
     SXMLParserContext *ptParser = Open_SideFile(eFile);
