@@ -40,7 +40,8 @@ PTZCommandGroup g_tPTZDispatchTable[] = {
 
 int Quorvex_PTZSupport(ParamContext *ptContext)
 {
-    // A stream would cost a page of the heap and three system calls in every request.
+    // A named pipe in its place must not hold the request until somebody writes into it, and a stream would cost a page
+    // of the heap and three system calls in every request.
     const int iFile = open(PTZ_PID_FILE, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     ptContext->bPtzDaemonRunning = iFile >= 0 ? 1 : 0;
     if (iFile >= 0)
