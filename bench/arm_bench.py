@@ -66,7 +66,8 @@ def run(command, request, output):
     variable = ("CONTENT_LENGTH", str(len(text))) if method == "POST" else ("QUERY_STRING", text)
     env = dict([("SERVER_ADDR", "127.0.0.1"), ("REQUEST_METHOD", method), variable])
     plugin = f"{RELEASE}/bench/libcount_instructions.so,{output}={OUTPUT}"
-    reply, error, ending = Program(["qemu-arm", "-strace", "-D", str(TRACE), "-plugin", plugin, *map(str, command)], text, env).wait()
+    emulator = ["qemu-arm", "-strace", "-D", str(TRACE), "-plugin", plugin]
+    reply, error, ending = Program([*emulator, *map(str, command)], text, env).wait()
     if (error, ending) != ("", "exit 0") or "#error" in reply.splitlines()[2]:
         sys.exit(f"arm_bench: {command[0].name}: {ending}, {error or reply}")
 
