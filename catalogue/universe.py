@@ -166,6 +166,9 @@ class RowUniverse:
         names += [self.full_name(self.first | {index: number}) for index in self.indexes for number in ODD_NUMBERS]
         self.add(read(*names))
         self.add([write(f"{name}=1") for name in [*names[:2], self.name]])
+        if self.row.codec and self.is_writable:  # of a name that is as long as its row in the table more may follow
+            long = self.full_name(dict.fromkeys(self.indexes, 10))
+            self.add([write(f"{long}.{word}={self.good}") for word in self.catalogue["codecs"]])
 
     def add_distinct(self):
         """What the indexes choose: the places of all hold one of two texts, in patterns that tell them apart."""
@@ -277,6 +280,10 @@ class RowUniverse:
                 if word != "ranges":
                     lines += [[f"readonly {path}"], [f"nofile {path}"]]
                     lines += [[f"file {path}={text}"] for text in BROKEN_FILES]
+        if any("file" in entry for entry in self.writes):
+            keys = [entry["key"] for entry in self.catalogue["shared"] if entry["when"] == "file"]
+            lines += [[f"request {key}={self.keys[key]}", "fault configer bytes:64"] for key in keys]
+            lines += [[*self.without(one), *self.without(two)] for one, two in itertools.combinations(keys, 2)]
         for camera in lines:
             self.add(self.ask(self.good), camera)
 

@@ -44,6 +44,7 @@ const FaultRow FAULT_ROWS[] = {
     {"late", SERVICE_ANALYTICS, SERVICE_PTZ, true, "the true answer after N milliseconds"},
     {"cut", SERVICE_ANALYTICS, SERVICE_PTZ, true, "the first N bytes of the true answer"},
     {"split", SERVICE_ANALYTICS, SERVICE_PTZ, true, "the true answer in pieces of N bytes, 20 ms apart"},
+    {"backwards", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false, "every element has its children in reverse order"},
     {"loop", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false, "the last child of the root has the first as its next sibling"},
     {"alias-loop", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false,
      "system_hostname and system_ntp are aliases of each other"},

@@ -2,6 +2,8 @@
 
 #include "text.h"
 
+#include <algorithm>
+
 namespace {
 
 const uint32_t HEADER_SIZE = 8;
@@ -128,6 +130,10 @@ std::string Build_SnapshotImage(const Model &tModel)
         Apply_ModelLine("alias system_ntp=system_hostname", "", &tShown);
     }
     Tree atTree = Build_Tree(tShown);
+    for (Node &tNode : atTree) {
+        if (Has_Fault(tModel, SERVICE_SNAPSHOT, "backwards"))
+            std::reverse(tNode.auChildren.begin(), tNode.auChildren.end());
+    }
     Link_Nodes(tModel, &atTree);
     std::string strStrings;
     const bool bTextsLast = Has_Fault(tModel, SERVICE_SNAPSHOT, "unterminated-texts");

@@ -204,16 +204,18 @@ def describe(answer):
 
 class CaseFile(pytest.File):
     def collect(self):
-        defaults, cases, errors = [], [], []
+        defaults, cases, current, errors = [], [], [], []
         for line, text in enumerate(self.path.read_text("latin-1").split("\n"), 1):
             word, rest = take_word(text.strip(" \t\r"))
             if not word or word[0] == "#":
                 continue
             try:
                 if word == "case":
-                    cases.append(Case.from_parent(self, name=rest, line=line, defaults=defaults))
-                elif cases:
-                    cases[-1].apply(line, text.strip(" \t\r"))
+                    current = [Case.from_parent(self, name=name, line=line, defaults=defaults) for name in expand(rest)]
+                    cases += current
+                elif current:
+                    for case in current:
+                        case.apply(line, text.strip(" \t\r").replace("{}", case.name.split()[-1]))
                 elif word == "default":
                     Case.from_parent(self, name=rest, line=line, defaults=[(line, rest)])  # says what is wrong with it
                     defaults.append((line, rest))

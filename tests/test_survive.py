@@ -6,14 +6,15 @@ import itertools
 import os
 import random
 import re
+import resource
 import signal
 import threading
 import time
 
 import pytest
 
-from camera import (CAMERA_WELL, HEADER, PROGRAM, SIDE_FOLDER, Camera, Program, read, start_read, start_request,
-                    start_write, take_reply, wait_until)
+from camera import (CAMERA_WELL, PROGRAM, SIDE_FOLDER, Camera, Program, read, start_read, start_request, start_write,
+                    take_reply, wait_until)
 
 NAMES = [f"VideoInput.{channel}.{name}" for channel in range(1, 5) for name in (
     "Brightness", "Contrast", "h264.1.GopSize", "Motion.ROI.2.MotionOnThreshold", "Storage.DeviceNum")]
@@ -78,7 +79,8 @@ def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera
     shapes = read_shapes()
     if disk == "full":
         request.getfixturevalue("filling_disk")
-    names = ["VideoInput.1.Brightness", "Network.Services.Ntp.PollInterval", "VideoInput.1.Motion.ROI.4.MotionOnThreshold"]
+    names = ["VideoInput.1.Brightness", "Network.Services.Ntp.PollInterval",
+             "VideoInput.1.Motion.ROI.4.MotionOnThreshold"]
     killed = 0
     for number in range(pytestconfig.option.kills):
         line = f"{names[number % 3]}={random.choice([7, 77, 100])}\r\n"
@@ -159,6 +161,14 @@ def test_a_closed_standard_input_is_no_other_file(make_camera):
     assert take_reply(Program(["sh", "-c", f"exec {PROGRAM} <&-"], env=env)) == ["Get the post body failed"]
 
 
+def test_a_named_pipe_in_the_place_of_a_file_holds_nobody(make_camera):
+    make_camera("dome", "ptz pidfile=no")
+    pipe = "/var/run/ptzcgid.pid"
+    os.mkfifo(pipe)
+    assert read(["PTZ.Capabilities.EntityCount"]) == ["PTZ.Capabilities.EntityCount=1"]
+    os.unlink(pipe)
+
+
 def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
     camera = make_camera("dome", "fault configer hang")
     shapes = read_shapes()
@@ -173,15 +183,11 @@ def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
     assert read(["VideoInput.1.Brightness"]) == ["VideoInput.1.Brightness=61"]
 
 
-def test_a_daemon_that_closes_before_it_reads(make_camera):
-    """It takes nothing, whichever of the two the program finds out first; what comes first is not to be had by order."""
-    make_camera("dome", "fault configer close-at-once")
-    name, seen = "General.UnitName", set()
-    known = {f"write socket 38 byte, but return -1\n{HEADER}{name}=L\r\n",
-             f"Read failed (104). Connection reset by peer\n{HEADER}#error.{name}=501:Internal error\r\n"}
-    for _ in range(1000):
-        seen.add(start_write(f"{name}=L").wait()[0])
-        assert seen <= known
-        if seen == known:
-            return
-    assert seen == known
+def test_a_limit_of_file_sizes_costs_no_setting(make_camera):
+    make_camera("dome")
+    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (64, limits[1]))
+    setter = start_write("VideoInput.1.Brightness=61")
+    resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+    assert take_reply(setter) == ["VideoInput.1.Brightness=61"]
+    assert read(["VideoInput.1.Brightness"]) == ["VideoInput.1.Brightness=50"]

@@ -16,7 +16,9 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -96,13 +98,13 @@ TEST(StringUtil, PacksVersions)
 
 TEST(StringUtil, ComparesWithoutCase)
 {
-    EXPECT_EQ(stricmp("ABC", "abc"), 0);
-    EXPECT_EQ(stricmp("abc", "ab"), -1);
-    EXPECT_EQ(stricmp("ab", "abc"), -1);
-    EXPECT_EQ(stricmp("b", "A"), 1);
-    EXPECT_EQ(stricmp("", ""), 0);
-    EXPECT_EQ(stricmp("", "a"), -1);
-    EXPECT_EQ(stricmp("\xe4", "z"), 1);
+    constexpr struct {
+        const char *pszLeft, *pszRight;
+        int iResult;
+    } CASES[] = {{"ABC", "abc", 0}, {"abc", "ab", -1}, {"ab", "abc", -1}, {"b", "A", 1},
+                 {"", "", 0},       {"", "a", -1},     {"\xe4", "z", 1}};
+    for (const auto &t : CASES)
+        EXPECT_EQ(stricmp(t.pszLeft, t.pszRight), t.iResult) << t.pszLeft << "|" << t.pszRight;
     EXPECT_EQ(memicmp("a\0B", "A\0b", 3), 0);
     EXPECT_EQ(memicmp("a\0C", "A\0b", 3), 1);
     EXPECT_EQ(memicmp("a", "b", 1), -1);
@@ -111,14 +113,12 @@ TEST(StringUtil, ComparesWithoutCase)
 
 TEST(StringUtil, RemovesCharacters)
 {
-    constexpr struct {
-        int iCount;
-        const char *pszLeft;
-    } CASES[] = {{2, "AABBCC"}, {1, "AA:BBCC"}, {0, "AA:BB-CC"}, {-1, ""}, {99, "AABBCC"}};
-    for (const auto &t : CASES) {
+    const std::map<int, const char *> CASES = {
+        {2, "AABBCC"}, {1, "AA:BBCC"}, {0, "AA:BB-CC"}, {-1, ""}, {99, "AABBCC"}};
+    for (const auto &[iCount, pszLeft] : CASES) {
         char szText[] = "AA:BB-CC";
-        removeChar(szText, "-:", t.iCount);
-        EXPECT_STREQ(szText, t.pszLeft) << t.iCount;
+        removeChar(szText, "-:", iCount);
+        EXPECT_STREQ(szText, pszLeft) << iCount;
     }
 }
 
@@ -215,55 +215,64 @@ TEST(SideStore, NamesAnUnknownCodecAlsoWithoutACamera)
               std::vector<std::string>{"6 QuorvexXML: Set_VideoGOP_to_QuorvexXMLFile: Error Unknow codec: mjpeg"});
 }
 
-TEST(Configer, AppliesAndEchoesTheWholeAnswer)
+/// The other end of the connection that is made while it is there.
+struct Peer {
+    int aiEnd[2] = {-1, -1};
+
+    Peer() { g_iDaemon = socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd) == 0 ? aiEnd[1] : -1; }
+    Peer(const Peer &) = delete;
+    Peer &operator=(const Peer &) = delete;
+    ~Peer()
+    {
+        close(aiEnd[0]);
+        close(aiEnd[1]);
+        g_iDaemon = -1;
+    }
+};
+
+TEST(Configer, SaysWhatItIsToldAndEchoesTheWholeAnswerOfAnApply)
 {
-    int aiEnd[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
+    const std::map<ConfigerCommand, const char *> SAID = {{CONFIGER_GET, "get Value 1 3\npayload"},
+                                                          {CONFIGER_SET, "set Value 1 2 3\npayload"},
+                                                          {CONFIGER_APPLY, "apply Value 1 2 network\npayload"}};
     const std::string strAnswer = "100%s" + std::string(3000, 'x');
-    ASSERT_EQ(write(aiEnd[0], strAnswer.data(), strAnswer.size()), static_cast<ssize_t>(strAnswer.size()));
-    shutdown(aiEnd[0], SHUT_WR);
-    g_iDaemon = aiEnd[1];
+    for (const auto &[eCommand, pszSaid] : SAID) {
+        const Peer tPeer;
+        EXPECT_GT(write(tPeer.aiEnd[0], strAnswer.c_str(), strAnswer.size()), 0);
+        shutdown(tPeer.aiEnd[0], SHUT_WR);
+        ConfigerRequest tRequest = {eCommand, "Value", "network", "payload", 1, 2, 3};
+        char szText[4096] = "";
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(Configer_Control(&tRequest, eCommand == CONFIGER_APPLY ? nullptr : szText, sizeof szText), 0);
+        EXPECT_EQ(testing::internal::GetCapturedStdout() + szText, strAnswer);
+        EXPECT_GT(read(tPeer.aiEnd[0], memset(szText, 0, sizeof szText), sizeof szText - 1), 0);
+        EXPECT_STREQ(szText, pszSaid);
+    }
     ConfigerRequest tRequest = {CONFIGER_APPLY, "Value", "", "payload", 1, 2, 3};
     EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), -1);
-    strcpy(tRequest.szApplyArg, "network");
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), strAnswer);
-    char szRequest[64] = "";
-    EXPECT_GT(read(aiEnd[0], szRequest, sizeof szRequest - 1), 0);
-    EXPECT_STREQ(szRequest, "apply Value 1 2 network\npayload");
-    close(aiEnd[0]);
-    close(aiEnd[1]);
-    g_iDaemon = -1;
 }
 
-TEST(Configer, SaysWhatTheDaemonDidNotTake)
+TEST(Configer, SaysWhatTheDaemonDidNotTakeAndGoesOn)
 {
-    int aiEnd[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
-    close(aiEnd[0]);
-    g_iDaemon = aiEnd[1];
+    Peer tPeer;
+    close(std::exchange(tPeer.aiEnd[0], -1));
     signal(SIGPIPE, SIG_IGN);
     testing::internal::CaptureStdout();
-    Set_Configer("a", "b");
+    EXPECT_EQ(Set_Configer("a", "b"), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "write socket 24 byte, but return -1\n");
-    close(aiEnd[1]);
-    g_iDaemon = -1;
 }
 
 TEST(Analytics, WithoutRoomForAnAnswerTheQuestionHasFailed)
 {
     for (const auto pfnAsk : {Quorvex_GetPeopleCount_Value, QuorvexEvent_GetSmartVCA_Value}) {
-        int aiEnd[2];
-        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiEnd), 0);
+        Peer tPeer;
         ParamContext tContext = {};
-        tContext.iAnalyticsSocket = aiEnd[1];
+        tContext.iAnalyticsSocket = tPeer.aiEnd[1];
         char cBuffer = 'a';
         g_astrLog.clear();
         EXPECT_EQ(pfnAsk(&tContext, &cBuffer, 0), -1);
         EXPECT_EQ(g_astrLog, std::vector<std::string>{"2 TCP Socket revc failed\n"});
-        EXPECT_EQ(close(aiEnd[1]), -1) << "the connection is still there";
+        EXPECT_EQ(close(tPeer.aiEnd[1]), -1) << "the connection is still there";
         EXPECT_EQ(cBuffer, 'a');
-        close(aiEnd[0]);
     }
 }
