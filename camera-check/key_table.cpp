@@ -81,7 +81,7 @@ const KeyUse g_atKeyUse[] = {
     {"capability_tamperingmode", 64, false, nullptr, nullptr, nullptr, nullptr, "CustomEvents.Capabilities.EventList", nullptr},
     {"capability_thermal_temperaturedetection", 512, false, nullptr, nullptr, nullptr, nullptr, "CustomEvents.Capabilities.EventList", nullptr},
     {"capability_videoin_c0_rotation", 4, false, nullptr, nullptr, nullptr, nullptr, "VideoInput.Capabilities.Rotation", "internal error"},
-    {"capability_videoin_codec", 64, true, nullptr, nullptr, nullptr, nullptr, "writing side files", "no codec is offered: the video file loses its GOP values"},
+    {"capability_videoin_codec", 64, true, nullptr, nullptr, nullptr, nullptr, "writing side files", "no codec is offered: a video file that holds GOP values stays as it is"},
     {"capability_videoin_c{channel}_mode", 4, false, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.{codec}.{stream}.Capabilities.ResolutionList", "internal error"},
     {"capability_videoin_c{channel}_mode{mode}_defaultsetting_s{index2}_resolutionlist", 512, false, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.{codec}.{stream}.Capabilities.ResolutionList", nullptr},
     {"capability_videoin_c{channel}_resolution", 512, false, nullptr, "capability_videoin_c{channel}_mode{mode}_defaultsetting_s{index2}_resolutionlist", nullptr, nullptr, "VideoInput.{channel}.{codec}.{stream}.Capabilities.ResolutionList", "internal error"},
