@@ -23,9 +23,8 @@ RELEASE, ARM = TREE / "build/release", TREE / "build/arm"
 MAP = ARM / "param.cgi.map"
 # Where the programs are run: the length of a program's path, like its environment, changes the count.
 PROGRAM, FLOOR = pathlib.Path("/tmp/param.cgi"), pathlib.Path("/tmp/floor")
-OUTPUT = pathlib.Path("/tmp/output")
+OUTPUT, TRACE = pathlib.Path("/tmp/output"), pathlib.Path("/tmp/trace")
 SEMGET, CONNECT = "299", "283"  # system calls on ARM: each lookup and each exchange with a daemon makes one
-PAGES = 3  # that a lookup touches
 NAMES_OF_REQUEST = 60  # more do not fit
 PROFILE_LINES, PROFILE_PARTS = 25, 6
 
@@ -67,16 +66,29 @@ def run(command, request, output):
     variable = ("CONTENT_LENGTH", str(len(text))) if method == "POST" else ("QUERY_STRING", text)
     env = dict([("SERVER_ADDR", "127.0.0.1"), ("REQUEST_METHOD", method), variable])
     plugin = f"{RELEASE}/bench/libcount_instructions.so,{output}={OUTPUT}"
-    reply, error, ending = Program(["qemu-arm", "-plugin", plugin, *map(str, command)], text, env).wait()
+    emulator = ["qemu-arm", "-strace", "-D", str(TRACE), "-plugin", plugin]
+    reply, error, ending = Program([*emulator, *map(str, command)], text, env).wait()
     if (error, ending) != ("", "exit 0") or "#error" in reply.splitlines()[2]:
         sys.exit(f"arm_bench: {command[0].name}: {ending}, {error or reply}")
 
 
+# What else a request makes the floor do, by how a system call in the trace begins. A connection is known by the length
+# of its address, which tells the configuration daemon's from that of the PTZ daemon and that of the analytics service.
+CALLS = [(r'open\("(.*)",O_RDONLY\|O_NONBLOCK\|O_CLOEXEC\) = \d+\n\d+ lseek', "read:"),
+         (r'open\("(.*)",O_RDONLY\|(?:O_DIRECTORY|O_NONBLOCK)\|O_CLOEXEC\) = \d+\n\d+ flock', "lock:"),
+         (r'open\("(.*)",O_RDWR\|O_CREAT', "write:"),
+         (r"connect\(\d+,0x\w+,14()\) = 0", "ptz:"), (r"connect\(\d+,0x\w+,16()\) = 0", "analytics:")]
+
+
 def count(command, request):
-    """Returns the instructions, and how often each system call was made."""
+    """Returns the instructions, and what the floor has to do for the same request."""
     run(command, request, "counts")
-    first, *calls = map(str.split, OUTPUT.read_text().splitlines())
-    return int(first[1]), collections.Counter({number: int(times) for _, number, times in calls})
+    lines = [line.split() for line in OUTPUT.read_text().splitlines()]
+    calls = collections.Counter({words[1]: int(words[2]) for words in lines if words[0] == "call"})
+    trace = TRACE.read_text()
+    words = [word + path for expression, word in CALLS for path in re.findall(expression, trace)]
+    exchanges = calls[CONNECT] - sum(word in ("ptz:", "analytics:") for word in words)
+    return int(lines[0][1]), [f"{calls[SEMGET]}+{lines[-1][1]}+{exchanges}", *words]
 
 
 def channel_changes(case):
@@ -100,10 +112,9 @@ def measure(case):
     program = floor = 0
     with camera(case):
         for request in case.requests:
-            found, calls = count([PROGRAM], request)
+            found, work = count([PROGRAM], request)
             program += found
-            work = calls[SEMGET], calls[SEMGET] * PAGES, calls[CONNECT]
-            floor += count([FLOOR, "+".join(map(str, work))], "POST -")[0]
+            floor += count([FLOOR, *work], "POST -")[0]
     return program, floor
 
 

@@ -1,7 +1,8 @@
 // A plugin of the emulator: counts what the emulated program executes. A block is a straight run of code; an
 // instruction that its condition skips counts, as it does in the processor.
 //
-// counts=FILE  at the end FILE gets a line "instructions NUMBER", and "call NUMBER TIMES" for every system call made
+// counts=FILE  at the end FILE gets a line "instructions NUMBER", "call NUMBER TIMES" for every system call made, and
+//              "touched PAGES", how many pages of shared memory were read, counted anew each time it is attached
 // order=FILE   FILE gets the blocks in the order in which they run: two 32-bit numbers each, address and instructions
 #include <stdint.h>
 #include <stdio.h>
@@ -9,15 +10,20 @@
 #include <string.h>
 
 /// What is used of the emulator's interface for plugins, version 1; Debian ships no header for it.
-enum { INLINE_ADD = 0, NO_REGISTERS = 0, MAX_CALL = 512 };
+enum { INLINE_ADD = 0, NO_REGISTERS = 0, READS_AND_WRITES = 3, MAX_CALL = 512 };
 typedef uint64_t PluginId;
 struct TranslatedBlock;
+struct Instruction;
 int qemu_plugin_version = 1;
 void qemu_plugin_register_vcpu_tb_trans_cb(PluginId, void (*)(PluginId, struct TranslatedBlock *));
 void qemu_plugin_register_vcpu_tb_exec_inline(struct TranslatedBlock *, int, void *, uint64_t);
 void qemu_plugin_register_vcpu_tb_exec_cb(struct TranslatedBlock *, void (*)(unsigned, void *), int, void *);
 size_t qemu_plugin_tb_n_insns(const struct TranslatedBlock *);
 uint64_t qemu_plugin_tb_vaddr(const struct TranslatedBlock *);
+struct Instruction *qemu_plugin_tb_get_insn(const struct TranslatedBlock *, size_t);
+void qemu_plugin_register_vcpu_mem_cb(struct Instruction *, void (*)(unsigned, uint32_t, uint64_t, void *), int, int,
+                                      void *);
+void qemu_plugin_register_vcpu_syscall_ret_cb(PluginId, void (*)(PluginId, unsigned, int64_t, int64_t));
 void qemu_plugin_register_vcpu_syscall_cb(PluginId, void (*)(PluginId, unsigned, int64_t, uint64_t, uint64_t, uint64_t,
                                                              uint64_t, uint64_t, uint64_t, uint64_t, uint64_t));
 void qemu_plugin_register_atexit_cb(PluginId, void (*)(PluginId, void *), void *);
@@ -26,6 +32,30 @@ static FILE *s_pCounts;
 static FILE *s_pOrder;
 static uint64_t s_qwInstructions;
 static uint64_t s_aulCalls[MAX_CALL];
+
+enum { PAGE = 4096, MAX_PAGE = 1024, CALL_SHMAT = 305, CALL_SHMDT = 306 }; // as Linux numbers them on ARM
+static uint64_t s_qwAttached;                                              // where the shared memory is, or 0
+static uint8_t s_abTouched[MAX_PAGE];
+static uint64_t s_qwTouched;
+
+static void Watch_Access(unsigned uCpu, uint32_t uInfo, uint64_t qwAddress, void *pUser)
+{
+    (void)uCpu, (void)uInfo, (void)pUser;
+    const uint64_t qwPage = (qwAddress - s_qwAttached) / PAGE;
+    if (s_qwAttached == 0 || qwAddress < s_qwAttached || qwPage >= MAX_PAGE || s_abTouched[qwPage])
+        return;
+    s_abTouched[qwPage] = 1;
+    s_qwTouched++;
+}
+
+static void Watch_Return(PluginId qwId, unsigned uCpu, int64_t lNumber, int64_t lResult)
+{
+    (void)qwId, (void)uCpu;
+    if (lNumber != CALL_SHMAT && lNumber != CALL_SHMDT)
+        return;
+    s_qwAttached = lNumber == CALL_SHMAT ? (uint32_t)lResult : 0;
+    memset(s_abTouched, 0, sizeof s_abTouched);
+}
 
 static void Write_Block(unsigned uCpu, void *pBlock)
 {
@@ -38,6 +68,9 @@ static void Watch_Block(PluginId qwId, struct TranslatedBlock *ptBlock)
     (void)qwId;
     const size_t uInstructions = qemu_plugin_tb_n_insns(ptBlock);
     qemu_plugin_register_vcpu_tb_exec_inline(ptBlock, INLINE_ADD, &s_qwInstructions, uInstructions);
+    for (size_t i = 0; i < uInstructions; i++)
+        qemu_plugin_register_vcpu_mem_cb(qemu_plugin_tb_get_insn(ptBlock, i), Watch_Access, NO_REGISTERS,
+                                         READS_AND_WRITES, NULL);
     if (s_pOrder == NULL)
         return;
     uint32_t *pdwBlock = malloc(2 * sizeof *pdwBlock); // as long as the emulator runs
@@ -67,6 +100,7 @@ static void Finish(PluginId qwId, void *pUser)
     for (int i = 0; i < MAX_CALL; i++)
         if (s_aulCalls[i] > 0)
             fprintf(s_pCounts, "call %d %llu\n", i, (unsigned long long)s_aulCalls[i]);
+    fprintf(s_pCounts, "touched %llu\n", (unsigned long long)s_qwTouched);
     fclose(s_pCounts);
 }
 
@@ -81,6 +115,7 @@ int qemu_plugin_install(PluginId qwId, const void *pInfo, int iCount, char *apsz
     }
     qemu_plugin_register_vcpu_tb_trans_cb(qwId, Watch_Block);
     qemu_plugin_register_vcpu_syscall_cb(qwId, Count_Call);
+    qemu_plugin_register_vcpu_syscall_ret_cb(qwId, Watch_Return);
     qemu_plugin_register_atexit_cb(qwId, Finish, NULL);
     return 0;
 }

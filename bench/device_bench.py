@@ -29,9 +29,7 @@ def print_work():
     for name, case in arm_bench.CASES.items():
         with arm_bench.camera(case):
             for place, request in enumerate(case.requests):
-                calls = arm_bench.count([arm_bench.PROGRAM], request)[1]
-                work = calls[arm_bench.SEMGET], calls[arm_bench.SEMGET] * arm_bench.PAGES, calls[arm_bench.CONNECT]
-                print(name, place, "+".join(map(str, work)))
+                print(name, place, *arm_bench.count([arm_bench.PROGRAM], request)[1])
 
 
 def measure(device, request, work):
@@ -83,7 +81,7 @@ def main():
         case [results, work_file]:
             works = collections.defaultdict(list)
             for line in pathlib.Path(work_file).read_text().splitlines():
-                works[line.split()[0]].append(line.split()[2])
+                works[line.split()[0]].append(line.split(" ", 2)[2])
             device = Device(pathlib.Path(results) / "device.log", "--icount", str(SHIFT), *ADDED)
             if device.status is not None:
                 sys.exit("device_bench: there is no device: its packages cannot be had" if device.status == NO_PACKAGES

@@ -1,12 +1,12 @@
-// What a process costs from its start to its end, several programs compared side by side.
+// What a request costs whoever serves it: a process from its start to its end and its parent's part in it, several
+// programs compared side by side. The parent forks, as web servers do, reads what the program writes and collects it.
 //
 // process_cost ROUNDS PROGRAM [ARGUMENT...] [-- PROGRAM [ARGUMENT...]]...
 // Runs each program once per round with the environment as it is and standard input, a file, from its start. Prints one
 // line of numbers per program: the median, the first and the third quartile of the wall time and the same of the CPU
-// time (microseconds), the median number of page faults, and the medians of the ratios of wall and CPU time to those of
-// the first program in the same round.
+// time of both (microseconds), the median number of page faults, and the medians of the ratios of wall and CPU time to
+// those of the first program in the same round.
 #include <fcntl.h>
-#include <spawn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -40,9 +40,18 @@ double Get_Seconds()
     return static_cast<double>(tNow.tv_sec) + static_cast<double>(tNow.tv_nsec) / 1e9;
 }
 
-double Get_Seconds(const timeval &tTime)
+double Get_Seconds(const rusage &tUsage)
 {
-    return static_cast<double>(tTime.tv_sec) + static_cast<double>(tTime.tv_usec) / 1e6;
+    const timeval &tUser = tUsage.ru_utime, &tSystem = tUsage.ru_stime;
+    return static_cast<double>(tUser.tv_sec + tSystem.tv_sec) +
+           static_cast<double>(tUser.tv_usec + tSystem.tv_usec) / 1e6;
+}
+
+double Get_OwnSeconds()
+{
+    rusage tUsage = {};
+    getrusage(RUSAGE_SELF, &tUsage);
+    return Get_Seconds(tUsage);
 }
 
 /// What the program has written is taken out of the pipe after its end: a reply is shorter than a pipe holds.
@@ -52,20 +61,24 @@ bool Empty_Pipe(int iPipe)
     return read(iPipe, acChunk, sizeof acChunk) > 0;
 }
 
-bool Run_Program(Program &tProgram, const posix_spawn_file_actions_t &tActions, int iPipe)
+bool Run_Program(Program &tProgram, const int (&aiPipe)[2])
 {
-    pid_t iProcess = 0;
     int iStatus = 0;
     rusage tUsage = {};
     lseek(STDIN_FILENO, 0, SEEK_SET);
-    const double dStart = Get_Seconds();
-    if (posix_spawn(&iProcess, tProgram.ppszArgument[0], &tActions, nullptr, tProgram.ppszArgument, environ) != 0 ||
-        wait4(iProcess, &iStatus, 0, &tUsage) != iProcess)
+    const double dStart = Get_Seconds(), dOwnStart = Get_OwnSeconds();
+    const pid_t iProcess = fork();
+    if (iProcess == 0) {
+        dup2(aiPipe[1], STDOUT_FILENO);
+        execv(tProgram.ppszArgument[0], tProgram.ppszArgument);
+        _exit(EXIT_FAILURE);
+    }
+    if (iProcess < 0 || wait4(iProcess, &iStatus, 0, &tUsage) != iProcess || iStatus != 0 || !Empty_Pipe(aiPipe[0]))
         return false;
     tProgram.adWall.push_back((Get_Seconds() - dStart) * 1e6);
-    tProgram.adCpu.push_back((Get_Seconds(tUsage.ru_utime) + Get_Seconds(tUsage.ru_stime)) * 1e6);
+    tProgram.adCpu.push_back((Get_Seconds(tUsage) + Get_OwnSeconds() - dOwnStart) * 1e6);
     tProgram.adFaults.push_back(static_cast<double>(tUsage.ru_minflt + tUsage.ru_majflt));
-    return iStatus == 0 && Empty_Pipe(iPipe);
+    return true;
 }
 
 double Get_Quantile(Series adValue, size_t uPart, size_t uParts)
@@ -108,9 +121,6 @@ int main(int argc, char *argv[])
     if (iRounds < 1 || iRounds > MAX_ROUNDS || pipe2(aiPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return EXIT_FAILURE;
     std::vector<Program> atProgram = Split_Arguments(argc - 2, argv + 2);
-    posix_spawn_file_actions_t tActions;
-    posix_spawn_file_actions_init(&tActions);
-    posix_spawn_file_actions_adddup2(&tActions, aiPipe[1], STDOUT_FILENO);
 
     // The programs take turns, in another order each round, so that a busy moment of the machine does not fall on one
     // of them alone.
@@ -119,7 +129,7 @@ int main(int argc, char *argv[])
     for (int iRound = -WARM_UP_ROUNDS; iRound < iRounds && Get_Seconds() < dEnd; iRound++) {
         for (size_t i = 0; i < uPrograms; i++) {
             Program &tProgram = atProgram[(i + static_cast<size_t>(iRound + WARM_UP_ROUNDS)) % uPrograms];
-            if (!Run_Program(tProgram, tActions, aiPipe[0])) {
+            if (!Run_Program(tProgram, aiPipe)) {
                 fprintf(stderr, "process_cost: %s fails or writes nothing\n", tProgram.ppszArgument[0]);
                 return EXIT_FAILURE;
             }

@@ -21,8 +21,8 @@ fail() {
     exit "${2-1}"
 }
 
-# configure PRESET: makes its build folder, unless it is there. One that came with a copied tree is made anew, as it would
-# build the tree that it was made for.
+# configure PRESET: makes its build folder, unless it is there. One that came with a copied tree is made anew, as it
+# would build the tree that it was made for.
 configure() {
     local made=no
     grep -qsFx "CMAKE_HOME_DIRECTORY:INTERNAL=$tree" "$tree/build/$1/CMakeCache.txt" && made=yes

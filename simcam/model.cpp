@@ -92,7 +92,7 @@ std::string Apply_Alias(Model *ptModel, Text strName, Text strTarget)
 /// Whether the key is the element of that name, or inside it.
 bool Is_Below(const Key &tKey, const std::string &strName) { return (tKey.strName + "_").rfind(strName + "_", 0) == 0; }
 
-std::string Apply_No(Model *ptModel, Text strName, Text)
+std::string Apply_No(Model *ptModel, Text strName, Text /*strValue*/)
 {
     const auto pfnIsBelow = [&](const Key &tKey) { return Is_Below(tKey, strName); };
     const auto itEnd = std::remove_if(ptModel->atKeys.begin(), ptModel->atKeys.end(), pfnIsBelow);
@@ -102,7 +102,7 @@ std::string Apply_No(Model *ptModel, Text strName, Text)
     return FINE;
 }
 
-std::string Apply_Fail(Model *ptModel, Text strName, Text)
+std::string Apply_Fail(Model *ptModel, Text strName, Text /*strValue*/)
 {
     if (Find_Key(*ptModel, strName) == ptModel->atKeys.size())
         return "no such key";
@@ -145,19 +145,22 @@ std::string Apply_File(Model *ptModel, Text strPath, Text strText)
     return FINE;
 }
 
-std::string Apply_NoFile(Model *ptModel, Text strPath, Text)
+std::string Apply_NoFile(Model *ptModel, Text strPath, Text /*strValue*/)
 {
     ptModel->tFiles[strPath].reset();
     return FINE;
 }
 
-std::string Apply_ReadOnly(Model *ptModel, Text strPath, Text)
+std::string Apply_ReadOnly(Model *ptModel, Text strPath, Text /*strValue*/)
 {
     ptModel->tReadOnly.insert(strPath);
     return FINE;
 }
 
-std::string Apply_Fault(Model *ptModel, Text strFault, Text) { return Parse_Fault(strFault, &ptModel->atFaults); }
+std::string Apply_Fault(Model *ptModel, Text strFault, Text /*strValue*/)
+{
+    return Parse_Fault(strFault, &ptModel->atFaults);
+}
 
 struct Directive {
     const char *pszWord;

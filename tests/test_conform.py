@@ -238,8 +238,8 @@ def test_a_shelf_of_cameras(start):
 
 
 def test_reference_client(start):
-    """It sends what it is given in the order that counts, asks again for what a reply leaves out, and takes no error for
-    a success."""
+    """It sends what it is given in the order that counts, asks again for what a reply leaves out, and takes no error
+    for a success."""
     place = "VideoInput.1.h264.1."
     values = {"VideoInput.1.Motion.ROI.1.Enabled": "true", "General.UnitName": "50%41 \xe9", place + "GopSize": "5",
               place + "BitRateModePriority": "fps", place + "FrameRate": "10", place + "BitRateMode": "cbr",

@@ -27,9 +27,9 @@ def device(tmp_path_factory):
 
 
 def left_over(device):
-    """Processes, segments, semaphores and their undos, lines of the kernel's log; and the memory that is available."""
+    """Processes, segments, semaphores and their undos; and the memory that is available."""
     said = device.run("ps | grep -c [p]aram.cgi; cut -c 1-60 /proc/sysvipc/shm; cut -c 1-60 /proc/sysvipc/sem; "
-                      "SERVER_ADDR=127.0.0.1 camera-check | grep semaphore; dmesg | grep -vc drop_caches")[0]
+                      "SERVER_ADDR=127.0.0.1 camera-check | grep semaphore")[0]
     memory = device.run("echo 3 >/proc/sys/vm/drop_caches; sed -n 's/^MemAvailable: *//p' /proc/meminfo")[0]
     return re.sub(r"(?m)^( *\d+ +\d+ +\d+ +\d+ +\d+ ) *\d+", r"\1", said), int(memory.split()[0])
 
@@ -39,10 +39,8 @@ def test_a_healthy_camera(device):
     assert device.run("ps | grep -c 'www .*[l]ighttpd'")[0] == "1\n"
     for model in "ptz", "encoder", "dome":
         device.start_camera(model)
-        for _ in range(3):  # on a busy machine an answer may take longer than the tool waits
-            check, status = device.run(device.as_user("SERVER_ADDR=127.0.0.1 camera-check"))
-            if status == "0":
-                break
+        assert f"{UNIT}=" in device.ask(UNIT)[0]  # whatever is started is in memory by now
+        check, _ = device.run(device.as_user("SERVER_ADDR=127.0.0.1 camera-check"))
         assert [line for line in check.splitlines() if not line.startswith("good ")] == [], model
         assert check.count("\n") > 15
     done = subprocess.run([TREE / "script/conform", device.url, "--write"], capture_output=True, text=True)
@@ -68,7 +66,7 @@ def test_writers_that_are_killed(device):
     """At any moment: what is left of them blocks nobody and is a whole file."""
     device.start_camera("dome")
     before = left_over(device)[0]
-    body = f"{BRIGHTNESS}=61\\r\\nVideoInput.1.Motion.ROI.1.Threshold=20\\r\\n"
+    body = f"{BRIGHTNESS}=61\\r\\nVideoInput.1.Motion.ROI.1.Threshold=20\\r\\n" * 20  # takes longer than the last waits
     device.run(f"printf '{body}' >/tmp/body; export REQUEST_METHOD=POST CONTENT_LENGTH=$(stat -c %s /tmp/body)")
     device.run(f"for i in $(seq {KILLS}); do SERVER_ADDR=127.0.0.1 {PROGRAM} </tmp/body >/dev/null & "
                f"usleep $((i * 4000)); kill -9 $!; wait $!; tail -q -n 1 /etc/conf.d/*; done >/tmp/ends")
@@ -105,5 +103,6 @@ def test_many_clients(device):
 
 
 def test_the_kernel_says_nothing_and_the_device_ends(device):
-    assert not re.search("(?im)segfault|oops|bug|unhandled|out of memory|param.cgi", device.run("dmesg")[0])
+    said = device.run("dmesg")[0]
+    assert not re.search("(?i)segfault|oops|bug|unhandled|out of memory|warning|blocked for|param.cgi", said), said
     assert device.stop() == 0

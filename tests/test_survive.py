@@ -161,6 +161,14 @@ def test_a_closed_standard_input_is_no_other_file(make_camera):
     assert take_reply(Program(["sh", "-c", f"exec {PROGRAM} <&-"], env=env)) == ["Get the post body failed"]
 
 
+def test_a_named_pipe_in_the_place_of_a_file_holds_nobody(make_camera):
+    make_camera("dome", "ptz pidfile=no")
+    pipe = "/var/run/ptzcgid.pid"
+    os.mkfifo(pipe)
+    assert read(["PTZ.Capabilities.EntityCount"]) == ["PTZ.Capabilities.EntityCount=1"]
+    os.unlink(pipe)
+
+
 def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
     camera = make_camera("dome", "fault configer hang")
     shapes = read_shapes()

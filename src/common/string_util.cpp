@@ -20,6 +20,31 @@ size_t Copy_Text(char *pszTarget, size_t uSize, const char *pszText)
     return uLength;
 }
 
+void Format_Arguments(char *pszTarget, size_t uSize, const char *pszFormat, va_list tArguments)
+{
+    size_t uLength = 0;
+    for (const char *pc = pszFormat; *pc != '\0' && uLength + 1 < uSize; ++pc) {
+        const char cKind = pc[0] == '%' ? pc[1] : '\0';
+        if (cKind != 'd' && cKind != 's') {
+            pszTarget[uLength++] = *pc;
+            continue;
+        }
+        const NumberText tNumber = cKind == 'd' ? Int32_ToText(va_arg(tArguments, int)) : NumberText{};
+        const char *pszText = cKind == 'd' ? tNumber.szText : va_arg(tArguments, const char *);
+        uLength += Copy_Text(pszTarget + uLength, uSize - uLength, pszText);
+        ++pc;
+    }
+    pszTarget[uLength < uSize ? uLength : uSize - 1] = '\0';
+}
+
+void Format_Text(char *pszTarget, size_t uSize, const char *pszFormat, ...)
+{
+    va_list tArguments;
+    va_start(tArguments, pszFormat);
+    Format_Arguments(pszTarget, uSize, pszFormat, tArguments);
+    va_end(tArguments);
+}
+
 uint32_t VersionStringToFourCC(const char *pszVersion)
 {
     constexpr unsigned int PART_COUNT = 4;

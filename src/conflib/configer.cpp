@@ -1,6 +1,7 @@
 #include "conflib/configer.h"
 
 #include "common/daemon_socket.h"
+#include "common/string_util.h"
 #include "conflib/escape_decode.h"
 #include "conflib/semaphore.h"
 
@@ -20,18 +21,18 @@ static int Format_Request(const ConfigerRequest *ptRequest, char *pszText, size_
         return -1;
     switch (ptRequest->iCommand) {
     case CONFIGER_GET: // A get carries the first and the third number, never the second.
-        snprintf(pszText, uSize, "get %s %d %d\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg3,
-                 ptRequest->pszPayload);
+        Format_Text(pszText, uSize, "get %s %d %d\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg3,
+                    ptRequest->pszPayload);
         return 0;
     case CONFIGER_SET:
-        snprintf(pszText, uSize, "set %s %d %d %d\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg2,
-                 ptRequest->iArg3, ptRequest->pszPayload);
+        Format_Text(pszText, uSize, "set %s %d %d %d\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg2,
+                    ptRequest->iArg3, ptRequest->pszPayload);
         return 0;
     case CONFIGER_APPLY:
         if (ptRequest->szApplyArg[0] == '\0')
             return -1;
-        snprintf(pszText, uSize, "apply %s %d %d %s\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg2,
-                 ptRequest->szApplyArg, ptRequest->pszPayload);
+        Format_Text(pszText, uSize, "apply %s %d %d %s\n%s", ptRequest->szForm, ptRequest->iArg1, ptRequest->iArg2,
+                    ptRequest->szApplyArg, ptRequest->pszPayload);
         return 0;
     default:
         return -1;
@@ -103,7 +104,7 @@ int Configer_Control(const ConfigerRequest *ptRequest, char *pcReply, size_t uRe
 
 int Compose_Set(const char *pszKey, const char *pszValue, char (&szPayload)[CONFIGER_SET_SIZE])
 {
-    snprintf(szPayload, sizeof szPayload, "%s=%s", pszKey, pszValue);
+    Format_Text(szPayload, sizeof szPayload, "%s=%s", pszKey, pszValue);
     const int iLength = static_cast<int>(strlen(szPayload));
     int iDecodedLength = 0;
     EscapeDecodeString(szPayload, iLength, szPayload, &iDecodedLength, 1);

@@ -6,7 +6,6 @@
 #include "conflib/snapshot.h"
 
 #include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
@@ -16,7 +15,7 @@ CameraKey Make_Key(const char *pszFormat, ...)
     CameraKey tKey;
     va_list tArguments;
     va_start(tArguments, pszFormat);
-    vsnprintf(tKey.szKey, sizeof tKey.szKey, pszFormat, tArguments);
+    Format_Arguments(tKey.szKey, sizeof tKey.szKey, pszFormat, tArguments);
     va_end(tArguments);
     return tKey;
 }
@@ -45,12 +44,7 @@ int Read_KeyTruncated(char *pszText, size_t uSize, const char *pszKey)
 
 int Write_Key(const char *pszKey, const char *pszValue) { return Set_Configer(pszKey, pszValue); }
 
-int Write_KeyNumber(const char *pszKey, int32_t iValue)
-{
-    char szValue[16];
-    snprintf(szValue, sizeof szValue, "%d", iValue);
-    return Set_Configer(pszKey, szValue);
-}
+int Write_KeyNumber(const char *pszKey, int32_t iValue) { return Set_Configer(pszKey, Int32_ToText(iValue).szText); }
 
 int Answer_Text(ParamContext *ptContext, const char *pszText)
 {
@@ -60,8 +54,7 @@ int Answer_Text(ParamContext *ptContext, const char *pszText)
 
 int Answer_Number(ParamContext *ptContext, int32_t iNumber)
 {
-    snprintf(ptContext->szValue, sizeof ptContext->szValue, "%d", iNumber);
-    return 0;
+    return Answer_Text(ptContext, Int32_ToText(iNumber).szText);
 }
 
 int Answer_Boolean(ParamContext *ptContext, bool bValue) { return Answer_Text(ptContext, bValue ? "true" : "false"); }

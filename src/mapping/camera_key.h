@@ -8,7 +8,7 @@
 #include <stddef.h>
 
 /// A camera key made from a format, such as "videoin_c%d_rotate"; it stands where a key's name is asked for. Longer
-/// ones than any camera has are cut.
+/// ones than any camera has are cut. The format is one of Format_Text.
 struct CameraKey {
     char szKey[128];
     operator const char *() const { return szKey; }

@@ -13,11 +13,9 @@
 /// body or written into as the reply.
 static void Open_StandardStreams()
 {
-    int iNull = 0;
-    do
-        iNull = open("/dev/null", O_RDWR);
-    while (iNull >= 0 && iNull <= STDERR_FILENO);
-    close(iNull);
+    for (int iStream = STDIN_FILENO; iStream <= STDERR_FILENO; iStream++)
+        if (fcntl(iStream, F_GETFD) < 0)
+            open("/dev/null", O_RDWR); // gets the lowest number that is free, which is this one
 }
 
 int main(int argc, char *argv[])
