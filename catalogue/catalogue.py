@@ -263,22 +263,37 @@ def disagreements(catalogue, found, get):
                ["Storage.Capabilities.RecordingControlSupported"])
 
 
+def find_misfit(names, lines):
+    """Where the lines of a read do not go with its names, one for each and in order: a name and a sentence, or None."""
+    seen = []
+    for line in lines:
+        name = next(iter(client.take_read(names, [line])[0]), None)
+        if name is None or name in seen:
+            place = "is followed by" if seen else "is answered behind"
+            return seen[-1] if seen else names[0], f"{place} a line that answers nothing more: {line!r}"
+        seen.append(name)
+    for name, told in zip(names, seen + [None] * len(names)):
+        if name not in seen:
+            return name, "is not answered"
+        if name != told:
+            return name, "is not answered in its place: the lines have another order than the names"
+    return None
+
+
 class Camera:
     """A camera's answers, asked for as they are needed and kept. exchange(names) sends one read and gives its lines."""
 
     def __init__(self, catalogue, exchange):
-        self.exchange, self.answers, self.garbled = exchange, {}, []
+        self.exchange, self.answers = exchange, {}
+        self.garbled = []  # requests whose lines do not go with their names: those names, and a misfit
         self.counts = {}  # what was asked for to learn how many there are of something
 
     def read(self, names):
         for batch in client.batches(name for name in names if name not in self.answers):
             lines = self.exchange(batch)
-            answers, others = client.take_read(batch, lines)
-            if len(lines) != len(batch):
-                text = f"asked in a request for {len(batch)} names, is answered by {len(lines)} lines"
-                self.garbled.append((batch, text))
-            elif others:
-                self.garbled.append((batch, f"is answered beside others by {others[0]!r}"))
+            answers = client.take_read(batch, lines)[0]
+            if misfit := find_misfit(batch, lines):
+                self.garbled.append((batch, *misfit))
             self.answers |= {name: answers.get(name, client.Answer(None, None)) for name in batch}
 
     def answer(self, name):
@@ -334,7 +349,7 @@ def check(catalogue, camera):
     wrong: findings."""
     found = [(row, indexes) for row in expand(catalogue) for indexes in announced(catalogue, row, camera.count)]
     camera.read([full_name(row, indexes) for row, indexes in found])
-    wrong = [Finding(batch[0], text, ("garbled", *batch)) for batch, text in camera.garbled]
+    wrong = [Finding(name, text, ("garbled", *batch)) for batch, name, text in camera.garbled]
     wrong += filter(None, (judge_answer(catalogue, camera, row, indexes) for row, indexes in found))
     doubtful = list(disagreements(catalogue, found, camera.get))
     if doubtful:  # somebody may have changed the camera in between

@@ -213,10 +213,12 @@ class HttpsHandler(urllib.request.HTTPSHandler):
 
 
 class NoRedirect(urllib.request.HTTPRedirectHandler):
-    """A write that is sent elsewhere would become a read."""
+    """A write that is sent elsewhere would become a read. Where it would go is not looked at, either."""
 
-    def redirect_request(self, *_):
+    def http_error_302(self, *_):
         return None
+
+    http_error_301 = http_error_303 = http_error_307 = http_error_308 = http_error_302
 
 
 class Client:
@@ -241,6 +243,8 @@ class Client:
                 text = reply.read(REPLY_ROOM + 1).decode("latin-1")
                 if len(text) > REPLY_ROOM:
                     raise Trouble(f"the reply is longer than {REPLY_ROOM} bytes")
+                if reply.length:  # what http.client is still owed of the header's Content-Length
+                    raise Trouble(f"no whole reply: {reply.length} bytes of those that its header promises do not come")
                 return take_apart(reply.headers.get("Content-Type", ""), text)
         except urllib.error.HTTPError as error:
             error.close()
@@ -251,6 +255,10 @@ class Client:
             is_late = isinstance(getattr(error, "reason", None), TimeoutError)
             raise Trouble(f"no whole reply within {self.patience:g} s" if is_late
                           else f"{getattr(error, 'reason', None) or error!r}") from error
+        except UnicodeError:
+            raise  # a name of the caller's that no address can hold
+        except (ValueError, IndexError) as error:
+            raise Trouble("the web server asks for a login that this client does not know") from error
 
     def ask(self, names):
         """One read, of what one reply can carry."""

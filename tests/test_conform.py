@@ -23,13 +23,14 @@ PLAIN = "HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\n\r\n"
 
 
 def conform(*words):
-    """The exit status; names, text and request of what is wrong; everything that was said."""
+    """The exit status; of what is wrong the first name, and the other names, the text and the request; all that was
+    said."""
     done = subprocess.run([TREE / "script/conform", *words], capture_output=True, text=True)
     said = done.stdout + done.stderr
     assert re.fullmatch(r"[ -~\n]*", said), "what a camera says reached the terminal as it was"
-    found = re.findall(r"^([A-Z][\w.]+)(.*)\n {4}(.*)\n {4}.*curl .*$", done.stdout, re.MULTILINE)
+    found = re.findall(r"^([A-Z][\w.]+)(.*)\n {4}(.*)\n {4}(.*curl .*)$", done.stdout, re.MULTILINE)
     assert f" {len(found)} wrong" in said or done.returncode == 2
-    return done.returncode, [(name, more + text) for name, more, text in found], said
+    return done.returncode, [(name, more + text + curl) for name, more, text, curl in found], said
 
 
 def keys_after(device, keys):
@@ -84,6 +85,7 @@ def test_write_changes_nothing(start, model):
     ("key capability_naudioout=x", "AudioOutput.Capabilities.EntityCount", "is no number", []),
     ("key capability_videoin_resolution=640x360", "VideoInput.1.mjpeg.1.Resolution", "3 writes .*ill", ["--change"]),
     ("fail tampering_c0_duration", "VideoInput.1.Tampering.TriggerDuration", "Internal error", ["--write"]),
+    ("key system_hostname=a\\r\\nb", "General.UnitName", "answers nothing more: 'b'.*Version&", ["--write"]),
     (f"readonly {VIDEO}", "VideoInput.1.Brightness", f"5 writes .*done .*belong to {VIDEO}", ["--change"]),
     ("fault configer reset", "General.UnitName", "55 writes .*'Internal error'", ["--change"])])
 def test_camera_that_is_not_well(start, change, name, text, options):
@@ -92,6 +94,7 @@ def test_camera_that_is_not_well(start, change, name, text, options):
         status, found, said = conform(CAMERA, *options)
         assert status == 1 and any(first == name and re.search(text, told) for first, told in found), said
         assert len(found) <= 3 and "could not be put back:" not in said, said
+        assert "system_hostname=a" not in device.sets(), "a part of a value was written"
 
 
 def test_counts_that_are_not_followed(start):
@@ -101,6 +104,9 @@ def test_counts_that_are_not_followed(start):
         assert "AudioOutput.Capabilities.EntityCount is 150: of what it counts, 99 were asked" in said
         assert "OutputPin.Capabilities.EntityCount tells no number" in said
         assert re.search("time is up|no whole reply", conform(CAMERA, "--limit", "0.05")[2])
+    for words in (["http://[::1"], [CAMERA, "--limit", "nan"], [CAMERA, "--request-limit", "-1"]):
+        status, _, said = conform(*words)
+        assert status == 2 and "usage: " in said, said
 
 
 class Server(http.server.ThreadingHTTPServer):
@@ -145,9 +151,27 @@ def other_key(ask, method, text):
         if method == "POST" else ask(method, text)
 
 
+def turn(ask, method, text):
+    *lines, end = ask(method, text).partition("\r\n\r\n")[2].split("\r\n")
+    return "\r\n".join(["Content-type: text/plain\r\n", *lines[::-1], end])
+
+
+def nothing(ask, method, text):
+    return "Content-type: text/plain\r\n\r\n#error.X=501:Bad\r\n" if method == "POST" else ask(method, text)
+
+
+def words(ask, method, text):
+    front = "Content-type: text/plain\r\n\r\nconnect failed!" if "UnitName" in text else ""
+    return front + ask(method, text)
+
+
 @pytest.mark.parametrize("lie, name, text, options", [
-    (swap("is not supported", "is unsupported"), "General.NoSuchParameter", "is unsupported", []),
-    (swap("Incorrect query", "Incorrect Query"), "General.NoSuchParameter", "without req=", []),
+    (turn, "General.FirmwareVersion", "another order than the names", []),
+    (nothing, "General.FirmwareVersion", "answered 'nothing' instead of 'Parameter is readOnly'", ["--change"]),
+    (nothing, "General.FirmwareVersion", "written in a request for 7 names.*'#error.X.*Model.*=1", ["--change"]),
+    (words, "General.FirmwareVersion", "in a request for 7 names, .* behind words.*UnitName", []),
+    (swap("Content-t", "connect failed!Content-t"), "General.Brand.CompanyName", r"without a .* header\)curl", []),
+    (swap("Incorrect query", "Incorrect Query"), "General.NoSuchParameter", r"without req=.*\?General", []),
     (swap("text/plain", "text/html"), "General.Brand.CompanyName", "text/html", []),
     (swap("h264.Capabilities.StreamCount=2", "h264.Capabilities.StreamCount=0"),
      "VideoInput.1.h264.Capabilities.StreamCount", "CodecList", []),
@@ -155,12 +179,8 @@ def other_key(ask, method, text):
     (swap("Network.1.Dhcp=false", "#error.Network.1.Dhcp=501:Parameter is not supported"), "Network.1.Dhcp",
      "is no parameter of this program", []),
     (swap("CurrentSubnetMask=255", "CurrentSubnetMask=10"), "Network.1.CurrentSubnetMask", "StaticSubnetMask", []),
-    (swap("ROI.2.MotionOffThreshold=", "ROI.2.MotionOffThreshold=1"), "VideoInput.1.Motion.ROI.2.MotionOffThreshold",
-     "MotionOnThreshold", []),
     (swap("Rotation=0,90", "Rotation=0,45"), "VideoInput.Capabilities.Rotation", "'45', which no write", []),
-    (swap("Profile=main", "Profile=main\r\nbad"), "VideoInput.1.mjpeg.Capabilities.ConnectionTypeList", "9 lines", []),
     (swap("#error.General.NoSuch", "#error.\x1b[2J"), "General.NoSuchParameter", "x1b", []),
-    (swap("is readOnly", "is readonly"), "General.FirmwareVersion", "readonly", ["--change"]),
     (swap("An illegal", "Illegal"), "VideoInput.1.Storage.DeviceNum", "Illegal", ["--change"]),
     (echo, "General.UnitName", "writes are answered as done and not found", ["--change"]),
     (other_key, "VideoInput.1.Contrast", "Brightness now reads", ["--change"])])
@@ -178,7 +198,9 @@ def test_server_that_lies(start, lie, name, text, options):
     ([None], "no whole reply"), ([PLAIN[:40], None], "no whole reply"), ([PLAIN] + ["x"] * 500, "no whole reply"),
     ([], "closed"), (["\x1b[2J\r\n\r\n"], "x1b"), ([PLAIN + "x" * 70000], "longer"),
     ([PLAIN + "<html>"], "not answered. Does the address"), (["HTTP/1.0 401 \x1b[2J\r\n\r\n"], r"401 \x1b"),
-    (["HTTP/1.0 302 Found\r\nLocation: /\r\n\r\n"], "302 Found")])
+    (["HTTP/1.0 302 Found\r\nLocation: http://[::1\r\n\r\n"], "302 Found"),
+    (["HTTP/1.0 401 No\r\nWWW-Authenticate: Negotiate\r\n\r\n"], "login that this client does not know"),
+    ([PLAIN[:-2] + "Content-Length: 9\r\n\r\nx"], "8 bytes"), ([PLAIN + client.CONSTANT + "=x\n"], "in LF alone")])
 def test_server_that_is_none(reply, words):
     """What it sends, in pieces a moment apart; None: nothing more, and the connection stays open."""
     def answer():
