@@ -6,7 +6,6 @@ import itertools
 import os
 import random
 import re
-import resource
 import signal
 import threading
 import time
@@ -181,13 +180,3 @@ def test_a_request_that_the_server_ends_leaves_nothing_behind(make_camera):
     os.close(folder)
     assert read_shapes() == shapes
     assert read(["VideoInput.1.Brightness"]) == ["VideoInput.1.Brightness=61"]
-
-
-def test_a_limit_of_file_sizes_costs_no_setting(make_camera):
-    make_camera("dome")
-    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
-    resource.setrlimit(resource.RLIMIT_FSIZE, (64, limits[1]))
-    setter = start_write("VideoInput.1.Brightness=61")
-    resource.setrlimit(resource.RLIMIT_FSIZE, limits)
-    assert take_reply(setter) == ["VideoInput.1.Brightness=61"]
-    assert read(["VideoInput.1.Brightness"]) == ["VideoInput.1.Brightness=50"]
