@@ -13,7 +13,7 @@ import threading
 import pytest
 
 import test_catalogue
-from camera import start_request, start_server, wait_until
+from camera import HEADER, start_request, start_server, wait_until
 from test_catalogue import BOOK, MODELS, TREE, book, model_keys
 
 client, start = book.client, test_catalogue.start
@@ -79,7 +79,6 @@ def test_write_changes_nothing(start, model):
     ("key videoin_c0_s1_h264_bitrate=50000000", "VideoInput.1.h264.2.Bitrate", "beyond", []),
     ("side motion_c0_i2_window=0.6,0.2,0.5,0.6", "VideoInput.1.Motion.ROI.3.Position", "far corner", []),
     ("side motion_c0_i2_window=\\{90*0}", "VideoInput.1.Motion.ROI.3.Position", "no rectangle", []),
-    ("no network_rtsp_port", "VideoInput.1.mjpeg.1.Rtsp.Port", "4 parameters .* need network_rtsp_port", []),
     (f"nofile {VIDEO}", "VideoInput.1.Brightness", f"5 parameters .* need {VIDEO}", []),
     ("fault semaphore absent", "General.FirmwareVersion", "20 parameters .* no setting", []),
     ("key capability_naudioout=x", "AudioOutput.Capabilities.EntityCount", "is no number", []),
@@ -152,24 +151,19 @@ def other_key(ask, method, text):
 
 
 def turn(ask, method, text):
-    *lines, end = ask(method, text).partition("\r\n\r\n")[2].split("\r\n")
-    return "\r\n".join(["Content-type: text/plain\r\n", *lines[::-1], end])
+    return HEADER + "".join(line + "\r\n" for line in ask(method, text).split("\r\n")[-2:1:-1])
 
 
 def nothing(ask, method, text):
-    return "Content-type: text/plain\r\n\r\n#error.X=501:Bad\r\n" if method == "POST" else ask(method, text)
-
-
-def words(ask, method, text):
-    front = "Content-type: text/plain\r\n\r\nconnect failed!" if "UnitName" in text else ""
-    return front + ask(method, text)
+    return HEADER + "#error.X=501:Bad\r\n" if method == "POST" else ask(method, text)
 
 
 @pytest.mark.parametrize("lie, name, text, options", [
     (turn, "General.FirmwareVersion", "another order than the names", []),
     (nothing, "General.FirmwareVersion", "answered 'nothing' instead of 'Parameter is readOnly'", ["--change"]),
     (nothing, "General.FirmwareVersion", "written in a request for 7 names.*'#error.X.*Model.*=1", ["--change"]),
-    (words, "General.FirmwareVersion", "in a request for 7 names, .* behind words.*UnitName", []),
+    (swap(f"{HEADER}General.F", f"{HEADER}connect failed!{HEADER}General.F"), "General.FirmwareVersion",
+     "in a request for 7 names, .* behind words.*UnitName", []),
     (swap("Content-t", "connect failed!Content-t"), "General.Brand.CompanyName", r"without a .* header\)curl", []),
     (swap("Incorrect query", "Incorrect Query"), "General.NoSuchParameter", r"without req=.*\?General", []),
     (swap("text/plain", "text/html"), "General.Brand.CompanyName", "text/html", []),
