@@ -15,7 +15,8 @@ DaemonHealth Check_Daemon(); ///< ftok file, semaphore, snapshot, socket
 /// Every camera key that the catalogue names for this camera. Where the daemon does not answer, a key that is empty or
 /// that nobody can tell of is its fault, which has been told.
 void Check_Keys(const DaemonHealth &tDaemon);
-void Check_Files();   ///< side files and capability file
-void Check_Ptz();     ///< the PTZ daemon, as the camera's keys announce it
-void Check_Network(); ///< analytics service, eth0
-void Check_Log();     ///< the system logger
+void Check_Files();         ///< side files and capability file
+void Check_Ptz();           ///< the PTZ daemon, as the camera's keys announce it
+void Check_Network();       ///< analytics service, eth0
+bool Has_HardwareAddress(); ///< of eth0, which stands in for a serial number
+void Check_Log();           ///< the system logger

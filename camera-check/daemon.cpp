@@ -32,13 +32,23 @@ static void Get_ProcessName(int iPid, char (&szName)[NAME_SIZE])
     fclose(ptFile);
 }
 
+/// What brings the daemon's shared memory back: one that lives would go on without.
+static const char *Get_StartWord()
+{
+    char szReply[512];
+    const bool bLives =
+        Ask_Configer("capability_nvideoin", szReply, sizeof szReply) == 0 || (errno != ECONNREFUSED && errno != ENOENT);
+    return bLives ? "restart" : "start";
+}
+
 /// Returns the semaphore, taken; -1 when it cannot be had.
 static int Check_Semaphore(key_t tKey)
 {
     const int iSemaphore = semget(tKey, 1, 0);
     if (iSemaphore == -1) {
-        Report_Bad("semaphore", "there is none with the key 0x%08x (%s), so no key can be read; start configer",
-                   static_cast<unsigned int>(tKey), strerror(errno));
+        const int iError = errno;
+        Report_Bad("semaphore", "there is none with the key 0x%08x (%s), so no key can be read; %s configer",
+                   static_cast<unsigned int>(tKey), strerror(iError), Get_StartWord());
         return -1;
     }
     if (Take_Semaphore(iSemaphore) == 0) {
@@ -72,7 +82,8 @@ static int Check_Semaphore(key_t tKey)
 static void Report_Damage(const TreeSummary &tSummary)
 {
     Report_BeginBad("tree");
-    Report_Say("%u damaged elements among %u, the first at \"", tSummary.dwDamaged, tSummary.dwElements);
+    Report_Say("%u damaged element%s among %u, the first at \"", tSummary.dwDamaged,
+               Get_PluralEnd(static_cast<int>(tSummary.dwDamaged)), tSummary.dwElements);
     Report_SayEscaped(tSummary.szDamaged, strlen(tSummary.szDamaged));
     Report_Say("\": %s; keys behind it cannot be read; restart configer, and look for who else writes to the segment\n",
                tSummary.pszDamaged);
@@ -109,8 +120,8 @@ static bool Check_Segment(key_t tKey, int iSemaphore)
     if (bAttached)
         shmdt(pSegment);
     if (iSegment == -1) {
-        Report_Bad("segment", "there is none with the key 0x%08x (%s), so no key can be read; start configer",
-                   static_cast<unsigned int>(tKey), strerror(iError));
+        Report_Bad("segment", "there is none with the key 0x%08x (%s), so no key can be read; %s configer",
+                   static_cast<unsigned int>(tKey), strerror(iError), Get_StartWord());
         return false;
     }
     if (!bCopied) {

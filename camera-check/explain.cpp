@@ -61,7 +61,7 @@ int Explain(const char *pszItem)
     Report_Say(bWrite ? "a write of %s:\n" : "a read of %s:\n", pszItem);
     Say_Source(pszItem);
     Param_RunStates(&tContext);
-    Report_Say(bWrite ? "answer, if configer takes what is set:\n" : "answer:\n");
+    Report_Say(Has_Set() ? "answer, if configer takes what is set:\n" : "answer:\n");
     for (const char *pszLine = tContext.szOutput; *pszLine != '\0';) {
         const char *pcEnd = strstr(pszLine, "\r\n");
         const size_t uLength = pcEnd != nullptr ? static_cast<size_t>(pcEnd - pszLine) : strlen(pszLine);

@@ -11,3 +11,6 @@ int Record(bool bAll);
 
 /// Whether reads of keys, side files and ranges are shown from now on (seams.cpp).
 void Show_Accesses(bool bShown);
+
+/// Whether a key would have been set by now, as far as can be told (seams.cpp).
+bool Has_Set();

@@ -18,6 +18,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+static constexpr int NO_FILE = -1;                 ///< in the place of an errno: what is there is none
 static constexpr unsigned long ROOM_NEEDED = 4096; ///< bytes, more than any file grows by one write
 static constexpr char SEED_ADVICE[] =
     "seed what is missing, which keeps what is there (docs/firmware.md, Seeding the side files)";
@@ -66,7 +67,11 @@ static bool Check_Element(const SXMLParserContext *ptParser, const SideElement *
     const char *pszText = Get_Text(ptParser, tElement);
     const bool bWindow = strstr(ptElement->pszElement, "/window") != nullptr;
     const bool bLong = bWindow && pszText != nullptr && strlen(pszText) >= WINDOW_TEXT_SIZE;
-    if (pszText != nullptr && !bLong && (bWindow ? Is_Window(pszText) : Is_Number(pszText)))
+    const bool bRead = pszText != nullptr && !bLong && (bWindow ? Is_Window(pszText) : Is_Number(pszText));
+    const int32_t iNumber = bRead ? Int32_FromText(pszText) : 0;
+    const bool bOutside =
+        ptElement->iLow < ptElement->iHigh && (iNumber < ptElement->iLow || iNumber > ptElement->iHigh);
+    if (bRead && !bOutside)
         return true;
     if (bTell && pszText == nullptr)
         Report_Bad(ptElement->pszFile,
@@ -77,6 +82,12 @@ static bool Check_Element(const SXMLParserContext *ptParser, const SideElement *
                    "element %s has %zu characters of at most %d, so every setter fails and no side file changes; "
                    "shorten it",
                    tElement.szText, strlen(pszText), WINDOW_TEXT_SIZE - 1);
+    else if (bTell && bRead)
+        Report_Bad(
+            ptElement->pszFile,
+            "element %s holds %d, which is not %d to %d, so a read of %s answers what no write stores; write the "
+            "parameter anew",
+            tElement.szText, iNumber, ptElement->iLow, ptElement->iHigh, tNames.szText);
     else if (bTell)
         Report_Bad(ptElement->pszFile,
                    "element %s holds \"%.40s\", which is no %s, so a read of %s answers nothing of use; write the "
@@ -118,6 +129,11 @@ static int Check_ElementEverywhere(const SXMLParserContext *ptParser, const Side
 /// there.
 static void Report_Closed(const char *pszPath, const char *pszConsequence, int iError)
 {
+    if (iError == NO_FILE) {
+        Report_Bad(pszPath, "is no file, but a folder, a pipe or the like, so %s; move it away, then %s",
+                   pszConsequence, SEED_ADVICE);
+        return;
+    }
     const char *pszUse = iError == ENOENT  ? "is missing"
                          : iError == EROFS ? "is on a file system that is mounted read-only"
                                            : "is closed to this user";
@@ -131,14 +147,16 @@ static void Report_Closed(const char *pszPath, const char *pszConsequence, int i
                                  : "look at its file system");
 }
 
-/// Whether a file can be opened, which changes nothing. 0, or errno.
+/// Whether a file can be opened, which changes nothing and waits for nobody. 0, NO_FILE or errno.
 static int Try_Open(const char *pszPath, int iHow)
 {
-    const int iFile = open(pszPath, iHow | O_CLOEXEC);
+    const int iFile = open(pszPath, iHow | O_NONBLOCK | O_CLOEXEC);
     if (iFile < 0)
         return errno;
+    struct stat tStatus = {};
+    const bool bFile = fstat(iFile, &tStatus) == 0 && S_ISREG(tStatus.st_mode);
     close(iFile);
-    return 0;
+    return bFile ? 0 : NO_FILE;
 }
 
 /// ptFirst is the first of the file's elements; returns the first of the next file.
@@ -182,15 +200,15 @@ static void Check_Folder(const char *pszFile)
                    errno == ENOENT ? "make it" : "let the web server's user enter and read it");
         return;
     }
-    const unsigned long long dwRoom = static_cast<unsigned long long>(tStatus.f_bavail) * tStatus.f_frsize;
+    const unsigned long long uRoom = static_cast<unsigned long long>(tStatus.f_bavail) * tStatus.f_frsize;
     if (flock(iFolder, LOCK_SH | LOCK_NB) != 0)
         Report_Bad(szFolder,
                    "somebody holds the lock on it, for which each request waits up to 10 seconds; look again, "
                    "and end who holds it (/proc/locks)");
-    else if (dwRoom < ROOM_NEEDED)
-        Report_Bad(szFolder, "%llu bytes are left, so a value that grows is not kept; make room", dwRoom);
+    else if (uRoom < ROOM_NEEDED)
+        Report_Bad(szFolder, "%llu bytes are left, so a value that grows is not kept; make room", uRoom);
     else
-        Report_Good(szFolder, "%llu bytes are left", dwRoom);
+        Report_Good(szFolder, "%llu bytes are left", uRoom);
     close(iFolder);
 }
 
@@ -204,12 +222,14 @@ static bool Check_CapabilityFile()
     SXMLParser_Release(&ptParser);
     if (bParsed)
         return true;
+    const bool bErrno = iError != 0 && iError != NO_FILE;
     Report_Bad(g_szCapabilityFile, "%s%s%s, so %s; %s",
-               iError == 0        ? "its elements do not nest"
-               : iError == ENOENT ? "is missing"
-                                  : "cannot be read by this user",
-               iError == 0 ? "" : ": ", iError == 0 ? "" : strerror(iError), CONSEQUENCE,
-               iError == 0 || iError == ENOENT ? "install the firmware's own" : "let the web server's user read it");
+               iError == 0         ? "its elements do not nest"
+               : iError == NO_FILE ? "is no file"
+               : iError == ENOENT  ? "is missing"
+                                   : "cannot be read by this user",
+               bErrno ? ": " : "", bErrno ? strerror(iError) : "", CONSEQUENCE,
+               bErrno && iError != ENOENT ? "let the web server's user read it" : "install the firmware's own");
     return false;
 }
 
@@ -241,7 +261,7 @@ static void Check_Ranges(const CameraShape &tShape)
         }
     }
     if (iBad == 0)
-        Report_Good(g_szCapabilityFile, "%d ranges of bit rates", iLooked);
+        Report_Good(g_szCapabilityFile, "%d range%s of bit rates", iLooked, Get_PluralEnd(iLooked));
 }
 
 void Check_Files()

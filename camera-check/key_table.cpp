@@ -151,14 +151,14 @@ const KeyUse g_atKeyUse[] = {
 };
 
 const SideElement g_atSideElement[] = {
-    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/brightness", nullptr, "VideoInput.{channel}.Brightness"},
-    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/contrast", nullptr, "VideoInput.{channel}.Contrast"},
-    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/saturation", nullptr, "VideoInput.{channel}.Saturation"},
-    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/s{stream}/{codec}/gop", "h265,mpeg4,h264", "VideoInput.{channel}.{codec}.{stream}.GopSize"},
-    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/window", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.Position, VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold"},
-    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/threshold", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold"},
-    {"/etc/conf.d/config_quorvexSystem.xml", "ntpinterval", nullptr, "Network.Services.Ntp.PollInterval"},
-    {"/etc/conf.d/config_quorvexSystem.xml", "storage/c{channel}/devicenum", nullptr, "VideoInput.{channel}.Storage.DeviceNum"},
+    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/brightness", nullptr, "VideoInput.{channel}.Brightness", 0, 100},
+    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/contrast", nullptr, "VideoInput.{channel}.Contrast", 0, 100},
+    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/saturation", nullptr, "VideoInput.{channel}.Saturation", 0, 100},
+    {"/etc/conf.d/config_quorvexVideo.xml", "image/c{channel}/s{stream}/{codec}/gop", "h265,mpeg4,h264", "VideoInput.{channel}.{codec}.{stream}.GopSize", 0, 600},
+    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/window", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.Position, VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold", 0, 0},
+    {"/etc/conf.d/config_quorvexMotion.xml", "motion/c{channel}/i{window}/threshold", nullptr, "VideoInput.{channel}.Motion.ROI.{window}.MotionOnThreshold, VideoInput.{channel}.Motion.ROI.{window}.MotionOffThreshold", 0, 0},
+    {"/etc/conf.d/config_quorvexSystem.xml", "ntpinterval", nullptr, "Network.Services.Ntp.PollInterval", 0, 0},
+    {"/etc/conf.d/config_quorvexSystem.xml", "storage/c{channel}/devicenum", nullptr, "VideoInput.{channel}.Storage.DeviceNum", 0, 1},
     {},
 };
 

@@ -35,6 +35,7 @@ struct SideElement {
     const char *pszElement; ///< a path such as "image/c{channel}/brightness"
     const char *pszCodecs;  ///< codecs of the camera that have one each, those that are offered; null: no codec in it
     const char *pszNames;   ///< the parameters that are kept there
+    int32_t iLow, iHigh;    ///< the numbers that a write stores; equal: any, or no number
 };
 extern const SideElement g_atSideElement[];
 

@@ -14,9 +14,10 @@
 namespace {
 
 /// What is wrong with a key, the worst first.
-enum KeyFault { KEY_UNKNOWN, KEY_MISSING, KEY_TOO_LONG, KEY_EMPTY, KEY_FINE };
+enum KeyFault { KEY_UNKNOWN, KEY_MISSING, KEY_TOO_LONG, KEY_EMPTY, KEY_LINE_END, KEY_FINE };
 
 constexpr size_t VALUE_SIZE = 512;
+constexpr char SERIAL_KEY[] = "system_info_serialnumber";
 constexpr int32_t UNKNOWN_MAX = 4; ///< more of them say nothing more, and each may cost ten seconds
 
 /// One walk over the table.
@@ -137,7 +138,10 @@ static void Say_Fault(KeyFault eFault, const KeyUse *ptUse)
     if (eFault == KEY_TOO_LONG)
         Report_Say("longer than %d characters; ", ptUse->uSize - 1);
     else
-        Report_Say(eFault == KEY_MISSING ? "missing; " : eFault == KEY_EMPTY ? "empty; " : "cannot be looked up; ");
+        Report_Say(eFault == KEY_MISSING    ? "missing; "
+                   : eFault == KEY_EMPTY    ? "empty; "
+                   : eFault == KEY_LINE_END ? "holds a line end; "
+                                            : "cannot be looked up; ");
 }
 
 static const char *Get_Advice(KeyFault eFault)
@@ -148,6 +152,8 @@ static const char *Get_Advice(KeyFault eFault)
     case KEY_UNKNOWN:
         return "look whether it is an alias that leads to itself, who holds the semaphore, and whether configer "
                "answers";
+    case KEY_LINE_END:
+        return "give configer's settings a value without one";
     default:
         return "give configer's settings a value for it";
     }
@@ -157,17 +163,21 @@ static void Say_Consequence(KeyFault eFault, const KeyUse *ptUse, Place tPlace)
 {
     if (Is_Sound(ptUse) && tPlace.iInput == PLACE_NONE)
         tPlace.iInput = tPlace.iChannel;
-    const char *pszWithout = ptUse->pszWithout != nullptr ? ptUse->pszWithout : "goes on without it";
+    const char *pszWithout = eFault == KEY_LINE_END         ? "answers what follows it as a line of its own"
+                             : ptUse->pszWithout != nullptr ? ptUse->pszWithout
+                                                            : "goes on without it";
     const bool bAnswers = strncmp(pszWithout, "answers", strlen("answers")) == 0;
     Report_Say("%s%s%s", Fill_Name(ptUse->pszName, tPlace).szText, bAnswers || eFault == KEY_EMPTY ? " " : ": ",
                eFault == KEY_EMPTY ? "has nothing to go by" : pszWithout);
 }
 
-/// Whether a fault is none of the key's: the use needs no value, or configer does not answer, which has been told.
+/// Whether a fault is none of the key's: the use needs no value, configer does not answer, which has been told, or eth0
+/// stands in.
 static bool Is_Excused(KeyFault eFault, const KeyUse *ptUse, const KeyWalk *ptWalk)
 {
     return (eFault == KEY_EMPTY && !ptUse->bNeeded) || (eFault == KEY_UNKNOWN && ptUse->uSize == 0) ||
-           ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers);
+           ((eFault == KEY_EMPTY || eFault == KEY_UNKNOWN) && !ptWalk->bAnswers) ||
+           (eFault == KEY_MISSING && strcmp(ptUse->pszKey, SERIAL_KEY) == 0 && Has_HardwareAddress());
 }
 
 /// Looks at one key for all of its uses, from ptFirst up to ptEnd.
@@ -183,6 +193,8 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
             continue;
         bUsed = true;
         KeyFault eFault = Look_Up(tKey, ptUse->uSize > 0 ? ptUse->uSize : VALUE_SIZE, szValue);
+        if (eFault == KEY_FINE && ptUse->uSize > 0 && szValue[strcspn(szValue, "\r\n")] != '\0')
+            eFault = KEY_LINE_END;
         if (eFault == KEY_MISSING && ptUse->uSize == 0 && ptWalk->iNotThere++ == 0)
             snprintf(ptWalk->szNotThere, sizeof ptWalk->szNotThere, "%s", tKey.szText);
         // A write needs no value; to ask for it has cost a wait all the same.
@@ -201,7 +213,7 @@ static void Check_Key(KeyWalk *ptWalk, const KeyUse *ptFirst, const KeyUse *ptEn
         eSaid = eFault;
         pszInstead = ptUse->pszInstead;
         Say_Consequence(eFault, ptUse, tPlace);
-        if (eFault == KEY_UNKNOWN)
+        if (eFault == KEY_UNKNOWN || eFault == KEY_LINE_END)
             break;
     }
     ptWalk->iLooked += bUsed ? 1 : 0;
@@ -339,12 +351,28 @@ static void Check_CodecList(const CameraShape &tShape)
                         "\"%s\" is a codec that the platform has no name for; it is passed over", pszWord);
 }
 
+/// A rate control without one of the words that tell which of the camera's two bit rates holds.
+static void Check_RateControl(KeyWalk *ptWalk, int32_t iChannel, int32_t iStream)
+{
+    Place tPlace = NO_PLACE;
+    Enter_Stream(&tPlace, iChannel, iStream, ptWalk->tShape.iStreams);
+    char szMode[VALUE_SIZE];
+    const FilledText tKey = Fill_Key("videoin_c{channel}_s{stream}_{codec}_ratecontrolmode", tPlace);
+    if (tPlace.szCodec[0] == '\0' || Look_Up(tKey, sizeof szMode, szMode) != KEY_FINE || Has(szMode, "cbr") ||
+        Has(szMode, "vbr"))
+        return;
+    ++ptWalk->iBad;
+    Report_Bad(tKey, "\"%s\" is neither cbr nor vbr, so %s answers 0; write BitRateMode anew", szMode,
+               Fill_Name("VideoInput.{channel}.{codec}.{stream}.Bitrate", tPlace).szText);
+}
+
 /// Streams of a codec without a word on the platform: no parameter reaches them, and no other key of theirs is looked
 /// at.
 static void Check_Codecs(KeyWalk *ptWalk)
 {
     for (int32_t iChannel = 0; iChannel < ptWalk->tShape.iChannels; ++iChannel) {
         for (int32_t iStream = 0; iStream < ptWalk->tShape.iStreams; ++iStream) {
+            Check_RateControl(ptWalk, iChannel, iStream);
             const CameraKey tKey = Make_Key("videoin_c%d_s%d_codectype", iChannel, iStream);
             char szCodec[VALUE_SIZE];
             if (Look_Up(tKey, sizeof Place::szCodec, szCodec) != KEY_FINE || Get_PlatformWord(szCodec)[0] != '\0')
@@ -360,13 +388,15 @@ static void Check_Codecs(KeyWalk *ptWalk)
 
 static void Check_SerialNumber(KeyWalk *ptWalk)
 {
-    static constexpr char KEY[] = "system_info_serialnumber";
     static constexpr size_t MAC_DIGITS = 12;
     char szSerial[VALUE_SIZE];
-    if (Look_Up(KEY, MAC_DIGITS + 2, szSerial) != KEY_FINE || strspn(szSerial, "0123456789abcdefABCDEF") >= MAC_DIGITS)
+    const KeyFault eFault = Look_Up(SERIAL_KEY, MAC_DIGITS + 2, szSerial);
+    if (eFault == KEY_MISSING && Has_HardwareAddress())
+        Report_Good(SERIAL_KEY, "missing, so Network.1.MacAddress is answered from eth0");
+    if (eFault != KEY_FINE || strspn(szSerial, "0123456789abcdefABCDEF") >= MAC_DIGITS)
         return;
     ++ptWalk->iBad;
-    Report_Bad(KEY,
+    Report_Bad(SERIAL_KEY,
                "\"%s\" does not begin with the %zu hexadecimal digits of a hardware address, so Network.1.MacAddress "
                "answers none; set it to the address, or leave the key out where that of eth0 will do",
                szSerial, MAC_DIGITS);
@@ -377,12 +407,16 @@ static void Check_Shape(const CameraShape &tShape)
     if (tShape.iChannels < 1 || tShape.iChannels > VIDEO_CHANNEL_MAX || tShape.iStreams < 1)
         Report_Bad(
             "shape",
-            "%d video inputs with %d streams each, but what a platform can use is 1 to %d and at least one stream; "
+            "%d video input%s with %d stream%s each, but what a platform can use is 1 to %d and at least one stream; "
             "the keys capability_nvideoin and capability_nmediastream tell",
-            tShape.iChannels, tShape.iStreams, VIDEO_CHANNEL_MAX);
+            tShape.iChannels, Get_PluralEnd(tShape.iChannels), tShape.iStreams, Get_PluralEnd(tShape.iStreams),
+            VIDEO_CHANNEL_MAX);
     else
-        Report_Good("shape", "%d video inputs with %d streams and %d motion windows each, codecs %s, %d audio inputs",
-                    tShape.iChannels, tShape.iStreams, tShape.iWindows, tShape.szCodecs, tShape.iInputs);
+        Report_Good("shape",
+                    "%d video input%s with %d stream%s and %d motion window%s each, codecs %s, %d audio input%s",
+                    tShape.iChannels, Get_PluralEnd(tShape.iChannels), tShape.iStreams, Get_PluralEnd(tShape.iStreams),
+                    tShape.iWindows, Get_PluralEnd(tShape.iWindows), tShape.szCodecs, tShape.iInputs,
+                    Get_PluralEnd(tShape.iInputs));
 }
 
 void Check_Keys(const DaemonHealth &tDaemon)

@@ -5,11 +5,13 @@
 #include "report.h"
 #include "version.h"
 
+#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
+#include <unistd.h>
 
 static constexpr char THIS_PROGRAM[] = "/proc/self/exe";
 static constexpr int EXIT_BAD = 1;
@@ -38,7 +40,11 @@ static void Say_Versions(const char *pszProgram)
 static void Check_All()
 {
     Report_Good("version", "camera-check %s", Get_Version(THIS_PROGRAM));
-    Report_Good("version", "%s: %s", PARAM_PROGRAM, Get_Version(PARAM_PROGRAM));
+    if (access(PARAM_PROGRAM, R_OK | X_OK) == 0)
+        Report_Good("version", "%s: %s", PARAM_PROGRAM, Get_Version(PARAM_PROGRAM));
+    else
+        Report_Bad("version", "%s: %s, so nothing answers there; %s", PARAM_PROGRAM, strerror(errno),
+                   errno == ENOENT ? "install it" : "let the web server's user read and start it");
     Limit_Waits();
     Check_Caller();
     const DaemonHealth tDaemon = Check_Daemon();

@@ -27,6 +27,9 @@ void Report_SayPlain(const char *pszText);
 /// A line on standard error, for whoever sends standard output to a file.
 void Report_Aside(const char *pszFormat, ...) __attribute__((format(printf, 1, 2)));
 
+/// What ends the word behind a number.
+inline const char *Get_PluralEnd(int iCount) { return iCount == 1 ? "" : "s"; }
+
 /// How many lines were bad.
 int Report_BadCount();
 

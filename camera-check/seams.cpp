@@ -23,8 +23,11 @@ REAL(Get_Range_FromCDF);
 #undef REAL
 
 static bool g_bShown;
+static bool g_bSet;
 
 void Show_Accesses(bool bShown) { g_bShown = bShown; }
+
+bool Has_Set() { return g_bSet; }
 
 static void Say_Quoted(const char *pszText)
 {
@@ -77,7 +80,9 @@ int Set_Configer(const char *pszKey, const char *pszValue)
     Say_Quoted(szPayload);
     if (pszSilence != nullptr)
         Report_Say("        fails, configer gives no answer: %s\n", pszSilence);
-    return pszSilence == nullptr ? iResult : -1;
+    const bool bTaken = iResult == 0 && pszSilence == nullptr;
+    g_bSet = g_bSet || bTaken;
+    return bTaken ? 0 : -1;
 }
 
 int Get_Range_FromCDF(const char *pszCodec, QuorvexFloatRange *ptRange, int32_t iChannel)

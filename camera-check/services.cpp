@@ -9,6 +9,7 @@
 #include "mapping/ptz_io.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <net/if.h>
 #include <poll.h>
 #include <signal.h>
@@ -16,6 +17,7 @@
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -23,13 +25,14 @@
 /// bFull.
 static void Check_PidFile(bool bFull)
 {
-    FILE *ptFile = fopen(PTZ_PID_FILE, "re");
+    // A named pipe in its place must not hold the check.
+    const int iFile = open(PTZ_PID_FILE, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const int iError = errno;
-    if (ptFile == nullptr && iError == ENOENT && !bFull) {
+    if (iFile < 0 && iError == ENOENT && !bFull) {
         Report_Good("PTZ pid file", "none, and the camera's keys announce no full PTZ");
         return;
     }
-    if (ptFile == nullptr) {
+    if (iFile < 0) {
         Report_Bad("PTZ pid file", "%s %s (%s), so PTZ.Capabilities.EntityCount answers 0%s; %s", PTZ_PID_FILE,
                    iError == ENOENT ? "is not there" : "cannot be read by this user", strerror(iError),
                    bFull ? ", but the camera's keys announce PTZ" : "",
@@ -38,17 +41,18 @@ static void Check_PidFile(bool bFull)
         return;
     }
     char szPid[16] = "";
-    if (fgets(szPid, sizeof szPid, ptFile) == nullptr)
+    struct stat tStatus = {};
+    const bool bFile = fstat(iFile, &tStatus) == 0 && S_ISREG(tStatus.st_mode);
+    if (bFile && read(iFile, szPid, sizeof szPid - 1) < 0)
         szPid[0] = '\0';
-    fclose(ptFile);
+    close(iFile);
     const int32_t iPid = Int32_FromText(szPid);
     if (iPid > 0 && (kill(iPid, 0) == 0 || errno == EPERM))
         Report_Good("PTZ pid file", "%s names process %d", PTZ_PID_FILE, iPid);
     else
-        Report_Bad("PTZ pid file",
-                   "%s is left over from a process that has ended, so the camera answers to have PTZ; remove it, or "
-                   "start the PTZ daemon",
-                   PTZ_PID_FILE);
+        Report_Bad("PTZ pid file", "%s %s, so the camera answers to have PTZ; remove it, or start the PTZ daemon",
+                   PTZ_PID_FILE,
+                   bFile ? "is left over from a process that has ended" : "is no file, but can be opened");
 }
 
 void Check_Ptz()
@@ -80,6 +84,16 @@ void Check_Ptz()
                    iError == EACCES ? "let the web server's user write to the socket" : "start it again");
 }
 
+bool Has_HardwareAddress()
+{
+    struct ifreq tRequest = {};
+    strcpy(tRequest.ifr_name, "eth0");
+    const int iSocket = socket(AF_INET, SOCK_DGRAM, 0);
+    const bool bAddress = ioctl(iSocket, SIOCGIFHWADDR, &tRequest) == 0;
+    close(iSocket);
+    return bAddress;
+}
+
 void Check_Network()
 {
     char szReply[512];
@@ -103,14 +117,9 @@ void Check_Network()
                    lReceived == 0 ? "the connection was closed" : Get_Reason(iError),
                    bConnected ? "false" : "an internal error");
 
-    struct ifreq tRequest = {};
-    strcpy(tRequest.ifr_name, "eth0");
-    const int iSocket = socket(AF_INET, SOCK_DGRAM, 0);
-    const bool bAddress = ioctl(iSocket, SIOCGIFHWADDR, &tRequest) == 0;
-    close(iSocket);
     char szAddress[32] = "";
     Catch_MAC(szAddress, sizeof szAddress);
-    if (bAddress)
+    if (Has_HardwareAddress())
         Report_Good("eth0", "%s", szAddress);
     else
         Report_Bad("eth0",

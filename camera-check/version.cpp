@@ -63,7 +63,7 @@ const char *Get_Version(const char *pszProgram)
     char szRecord[256] = "";
     char szVersion[32];
     char szBuild[96];
-    const int iFile = open(pszProgram, O_RDONLY | O_CLOEXEC);
+    const int iFile = open(pszProgram, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (iFile < 0)
         return strerror(errno);
     const bool bFound = Read_Record(iFile, szRecord, sizeof szRecord);

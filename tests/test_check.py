@@ -60,8 +60,8 @@ def bad_lines(answer):
 
 
 # What is done to a camera, or to the check: model lines, "|" between; last, as a word in front tells, a variable of
-# a web server (-NAME: without it), a file's mode, a file that is gone, new, or a link to a read-only file system, the
-# semaphore's value. Behind "=>" the bad line, as a regular expression that it begins with; of more than one the last.
+# a web server (-NAME: without it), a file's mode, what stands in a file's place (INSTEAD), the semaphore's value.
+# Behind "=>" the bad line, as a regular expression that it begins with; of more than one the last.
 # "seed" is said where it stands here, and nowhere else.
 WRONG = dict(row.split(" => ") for row in string.Template(r"""
 fault configer close => daemon: an empty answer .*capability_nvideoin, so a write may be .* without being so, and a read
@@ -69,11 +69,12 @@ fault configer bytes:5 => daemon: answers "xxxxx" .* which is "1" in its snapsho
 fault configer garbage => daemon: answers "\\x80" .*, so writes fail, and a read
 fault configer refuse => daemon: no answer .*\(Connection refused\), so writes fail.* start configer
 fault configer denied => daemon: no answer .* let this user
-fault semaphore absent => semaphore: there is none .* start
+fault semaphore absent => semaphore: there is none .* restart
 fault semaphore denied => semaphore: id .* let configer
 fault semaphore taken => semaphore: id .*\(simcam\)
 semaphore 2 => semaphore: id .* lets 2 in at a time
-fault snapshot absent => segment: there is none .* start
+fault snapshot absent => segment: there is none .* restart
+fault snapshot absent|fault configer refuse => segment: there is none .* start configer\ndaemon: no
 fault snapshot denied => segment: id .* this user
 fault snapshot small => segment: id .* 4 bytes
 fault snapshot loop => tree: 1 damaged .* back into the tree
@@ -97,6 +98,7 @@ fault ptz garbage => PTZ daemon: no version .*\(the answer has none\), so .* no 
 ptz pidfile=no => PTZ pid file: .* is not there .* answers 0
 file $PID=99999 => PTZ pid file: .* left over
 key capability_ptzenabled=0|mode 0 $PID => PTZ pid file: .* cannot be read by this user .* answers 0; let
+key system_hostname=a\r\nbad   x => system_hostname: holds a line end; General.UnitName answers what follows .*without
 no system_hostname => system_hostname: missing; General.UnitName: internal error; give
 no capability_videoin_h264_maxframerate => capability_videoin_c0_h264_.*: missing; .* or for capability_videoin_h264_max
 no videoin_c0_s2_codectype => videoin_c0_s2_codectype: missing; every request: .* all behind it
@@ -111,6 +113,7 @@ key capability_naudioin=99999 => capability_naudioin: announces 99999 audio inpu
 key capability_nvideoin=7 => capability_nvideoin: announces 7 video inputs, .* behind number 1; set
 key capability_nmediastream=9 => capability_nmediastream: announces 9 streams, .* behind number 4; set
 key capability_nmotion=200|key motion_c0_win_i{$HUNDRED}_enable=1 => capability_nmotion: announces 200 .* first 100 are
+key videoin_c0_s1_h264_ratecontrolmode=foo => videoin_c0_s1_h264_rate.*: "foo" is neither .*h264.1.Bitrate answers 0
 key videoin_c0_s1_codectype=av1 => videoin_c0_s1_codectype: "av1" is a codec .* no name for
 key system_info_serialnumber=0002D1ABCDE => system_info_serialnumber: "0002D1ABCDE" does not begin
 nofile $MOTION => $MOTION: is missing .* no side file changes; seed what is missing, which keeps what is there
@@ -119,11 +122,17 @@ mode 444 $VIDEO => $VIDEO: is closed to this user .* not kept; let
 frozen $VIDEO => $VIDEO: its elements do not nest.*\n$VIDEO: is on a file system .* read-only .* not kept; mount
 file $VIDEO=<root> => $VIDEO: its elements do not nest
 file $SYSTEM=<root><quorvex><ntpinterval>1</ntpinterval></quorvex></root> => $SYSTEM: element storage.* missing.* seed
+side image_c0_brightness=300 => $VIDEO: element image/c0/brightness holds 300, which is not 0 to 100
 side image_c0_s1_h264_gop= => $VIDEO: element image/c0/s1/h264/gop holds "", which is no number
 side motion_c0_i2_window=0,0,1 => $MOTION: element motion/c0/i2/window holds "0,0,1", which is no window
 bitrate c0 h264=none => $CDF: root/videoin/c0/s0/h264/.* 4 and 8000
 bitrate c0 h264=a,"9~3" => $CDF: root/videoin/c0/s0/h264/.* cannot use
 nofile $CDF => $CDF: is missing
+fifo $CDF => $CDF: is no file, so
+folder $CDF => $CDF: is no file, so
+fifo $PID => PTZ pid file: $PID is no file
+fifo $VIDEO => $VIDEO: is no file.* seed
+folder $MOTION => $MOTION: is no file.* seed
 mode 0 $CDF => $CDF: cannot be read by this user
 file $CDF=<root> => $CDF: its elements do not nest
 env -SERVER_ADDR => environment: SERVER_ADDR is not set
@@ -140,10 +149,16 @@ env CONTENT_LENGTH=4096 => environment: CONTENT_LENGTH="4096" is not 0
 
 # What a camera may lack, as others stand in, or nobody asks; what is odd and works; values that would forge a bad line.
 ALIKE = ["no image_c0_saturationpercent", "no capability_serialptz", "key capability_tamperingmode=",
-         "no capability_videoin_c0_resolution", "key capability_videoin_codec=h265,h264,mpeg4,mjpeg,av1\\nbad   x",
+         "no capability_videoin_c0_resolution", "key capability_videoin_codec=h265,h264,mpeg4,mjpeg,av1",
+         "no system_info_serialnumber",
          "fault configer late:200", "side motion_c0_i0_window=.25,1e-1,  0.5,.75", "side ntpinterval= 60 ",
          "analytics functions=HTTP/1.1 404 \\x1b]0;owned", "env SERVER_ADDR=fe80::1%eth0",
          "env SERVER_ADDR=::ffff:10.0.0.1", "env CONTENT_LENGTH=4095"]
+
+
+# What a word puts in the place of a file.
+INSTEAD = {"gone": str, "new": lambda path: pathlib.Path(path).touch(), "fifo": os.mkfifo, "folder": os.mkdir,
+           "frozen": lambda path: os.symlink(__file__, path)}
 
 
 @contextlib.contextmanager
@@ -160,23 +175,21 @@ def changed(change):
         assert ctypes.CDLL(None).semctl(number, 0, 16, int(what)) == 0, "SETVAL"
     if word == "mode":
         os.chmod(what.split()[1], int(what.split()[0], 8))
-    if word in ("gone", "new", "frozen"):
+    if word in INSTEAD:
         os.rename(what, what + ".away")
-    if word == "new":
-        pathlib.Path(what).touch()
-    if word == "frozen":
-        os.symlink(__file__, what)
+        INSTEAD[word](what)
     yield env
     if word == "mode":
         os.chmod(what.split()[1], 0o644)
-    if word in ("gone", "new", "frozen"):
+    if word in INSTEAD:
+        os.rmdir(what) if word == "folder" else pathlib.Path(what).unlink(missing_ok=True)
         os.rename(what + ".away", what)
 
 
 @pytest.mark.parametrize("change", [*WRONG, *ALIKE])
 def test_what_is_wrong(start, check, change):
     *lines, last = change.split("|")
-    if last.split()[0] not in ("env", "semaphore", "mode", "gone", "new", "frozen"):
+    if last.split()[0] not in ("env", "semaphore", "mode", *INSTEAD):
         lines.append(last)
     with start("ptz", *lines), changed(last) as env:
         bad = "\n".join(bad_lines(check(env=env)))
@@ -233,7 +246,7 @@ def test_a_recorded_camera_answers_alike(start, check, pytestconfig, tmp_path, m
     names = ", ".join(line.partition("=")[0] for line in SECRETS)
     aside = f"camera-check: left out, as it looks like a secret: {names}; {len(SECRETS)} in all, --record --all takes"
     with start(model, *(f"key {line}" for line in (*SECRETS, *NO_SECRETS)), "alias system_ntp=system_hostname",
-               "key system_ntp=hidden", "key system_hostname=\\\\a=b \\n\\xe9", "key network_rtsp=below",
+               "key system_ntp=hidden", "key z_text=\\n", "key system_hostname=\\\\a=b \\xe9", "key network_rtsp=below",
                "request system_info_firmwareversion=once", "key system_info_firmwareversion=kept",
                "request system_info_extendedmodelname=asked", "side ntpinterval=7"):
         assert bad_lines(check()) == []
@@ -288,8 +301,9 @@ def test_what_a_request_looks_at(start, check):
         for item, lines in EXPLAINED.items():
             name = item.lstrip("#")
             output, ending = check("--explain", name)
-            told, _, answer = re.split("^(answer.*:\n)", output.partition(f" of {name}:\n")[2], flags=re.M)
+            told, head, answer = re.split("^(answer.*:\n)", output.partition(f" of {name}:\n")[2], flags=re.M)
             assert [line.strip() for line in told.splitlines()] == lines and ending == f"exit {int(item != name)}"
+            assert head == ("answer, if configer takes what is set:\n" if "set   (not" in told else "answer:\n")
             assert answer.startswith("#error." if item != name else name.split("=")[0] + "="), answer
         sent, log = camera.log()
         assert log == [] and [line for line in sent if line.startswith("set ")] == []
