@@ -10,24 +10,26 @@ export class Camera extends EventTarget {
         super();
         this.rules = rules;
         this.readings = new Map();
-        this.asking = new Map(); // by name: the promise of its answer, and when it was asked for
-        this.askedFor = 0; // names since all was quiet, those that are answered included
+        this.asking = new Map(); // by name: the promise of its answer, when it was asked for, whether it counts
+        this.askedFor = 0; // names that count, since all was quiet, those that are answered included
         this.cancels = new Set();
         this.waiting = new Set(); // exchanges
         this.exchanges = []; // newest first
         this.get = (name) => this.readings.get(name)?.value; // undefined: not read, or refused
     }
 
-    // Reads the names; those that are being read already are waited for. Returns whether that was not cancelled.
-    async read(names) {
-        const fresh = [...new Set(names)].filter((name) => !this.asking.has(name));
+    // Reads the names, and what their widgets need, which is not counted; those that are being read already are waited
+    // for. Returns whether that was not cancelled.
+    async read(names, needs = []) {
+        const wanted = new Set(names);
+        const fresh = [...new Set([...names, ...needs])].filter((name) => !this.asking.has(name));
         const control = new AbortController();
         const reading = this.readNow(fresh, control.signal);
-        fresh.forEach((name) => this.asking.set(name, {reading, start: Date.now()}));
-        this.askedFor += fresh.length;
+        fresh.forEach((name) => this.asking.set(name, {reading, start: Date.now(), isCounted: wanted.has(name)}));
+        this.askedFor += fresh.filter((name) => wanted.has(name)).length;
         this.cancels.add(control);
         this.tell("asking", fresh);
-        await Promise.all(names.map((name) => this.asking.get(name)?.reading));
+        await Promise.all([...names, ...needs].map((name) => this.asking.get(name)?.reading));
         this.cancels.delete(control);
         this.answered(fresh);
         return !control.signal.aborted;

@@ -76,6 +76,7 @@ function followLink() {
     const isOpen = page.discovery.isIncomplete;
     fresh.forEach((name) => page.shown.add(name));
     arrange();
+    if (fresh.length) page.tree.unfold(page.link.places);
     if (!isOpen && absent.length) say(find("notice"), `This camera has no ${absent.join(", ")}.`);
     if (!isOpen && names.length) page.link = null;
     readShown(fresh.filter((name) => !page.camera.readings.has(name)));
@@ -252,7 +253,8 @@ function arrange() {
     find("nothing").hidden = names.length > 0;
     page.tree.check(page.shown);
     say(find("notice"), "");
-    find("read-all").textContent = `Read all ${names.length || ""}`.trim();
+    const count = names.filter((name) => !page.parameters.get(name)?.changesCamera).length;
+    find("read-all").textContent = `Read all ${count || ""}`.trim();
     find("read-all").disabled = find("clear").disabled = !names.length;
     page.updateComparison();
 }
@@ -272,14 +274,15 @@ async function readShown(names) {
     const wanted = names.map((name) => page.parameters.get(name)).filter((found) => found && !found.changesCamera);
     if (!wanted.length) return;
     const start = Date.now();
-    await page.camera.read(wanted.flatMap((parameter) => [parameter.name, ...parameter.needs]));
+    await page.camera.read(wanted.map(({name}) => name), wanted.flatMap(({needs}) => needs));
     const readings = wanted.map(({name}) => page.camera.readings.get(name));
     const made = readings.filter((reading) => reading?.start >= start);
     const failed = made.filter(({value, trouble}) => value === undefined || trouble);
     const missing = wanted.length - made.length;
+    const old = readings.filter((reading) => reading?.start < start).length; // still shown, with their age
     say(find("summary"), [
         `${counted(made.length, "value")} read`, failed.length && `${failed.length} with an error`,
-        missing && `${missing} not read`
+        old && `${old} not read again`, missing > old && `${missing - old} not read`
     ].filter(Boolean).join(", "));
 }
 

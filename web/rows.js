@@ -94,7 +94,9 @@ export class Row {
 
     // A read by hand takes an edit back: what is shown then is what the camera says.
     read() {
+        const {outcome} = this;
         this.restore();
+        if (outcome?.lost !== undefined) this.outcome = outcome;
         return this.camera.read([this.parameter.name, ...this.parameter.needs]);
     }
 
@@ -153,10 +155,11 @@ export class Row {
         this.tick();
     }
 
-    // What came of a write belongs to its moment: a newer reading takes its place, or confirms it.
+    // What came of a write belongs to its moment: a newer reading takes its place, or confirms it. A write that was
+    // lost stays so until the camera has something else.
     ageOutcome(reading) {
-        const {value, at} = this.outcome ?? {};
-        if (!(reading?.start > at)) return;
+        const {value, lost, at} = this.outcome ?? {};
+        if (!(reading?.start > at) || (lost !== undefined && lost === reading.value)) return;
         const isConfirmed = value !== undefined && value === reading.value && !reading.trouble;
         this.outcome = isConfirmed ? {...this.outcome, text: `Written at ${timeOf(at)}.`} : null;
     }

@@ -33,10 +33,11 @@ function nameOf(done) {
 }
 
 function showProgress(camera, isWaiting) {
-    const {asking: {size}, askedFor} = camera;
-    const isLong = size > 0 && (isWaiting || askedFor > 50 || !find("progress").hidden);
+    const {asking, askedFor} = camera;
+    const answered = askedFor - [...asking.values()].filter(({isCounted}) => isCounted).length;
+    const isLong = asking.size > 0 && (isWaiting || askedFor > 50 || !find("progress").hidden);
     find("progress").hidden = !isLong;
     find("progress-bar").max = askedFor;
-    find("progress-bar").value = askedFor - size;
-    say(find("progress-text"), isLong ? `${askedFor - size} of ${counted(askedFor, "answer")}` : "");
+    find("progress-bar").value = answered;
+    say(find("progress-text"), isLong ? `${answered} of ${counted(askedFor, "answer")}` : "");
 }

@@ -108,6 +108,16 @@ export class Tree {
         return [...this.found].map((parameter) => parameter.name);
     }
 
+    // Opens what lies above the places, and shows where the first of them is.
+    unfold(places) {
+        const isAbove = (node) => node.inner && places.some((place) => place.startsWith(node.path));
+        this.nodes.filter(isAbove).forEach((node) => this.open(node.item, true));
+        const first = this.nodes.find(({path}) => places.some((place) => path === place || path === `${place}.`));
+        if (!first) return;
+        this.makeCurrent(first.item);
+        this.root.scrollTop = first.item.offsetTop - this.root.clientHeight / 2;
+    }
+
     seen() { return [...this.root.querySelectorAll("[role=treeitem]")].filter((item) => item.getClientRects().length); }
 
     makeCurrent(item) {
