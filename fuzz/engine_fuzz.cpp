@@ -92,11 +92,11 @@ int connect(int iSocket, const struct sockaddr *, socklen_t)
     return iResult < 0 ? -1 : 0;
 }
 
-FILE *__real_fopen(const char *pszPath, const char *pszMode);
-FILE *__wrap_fopen(const char *pszPath, const char *pszMode)
+int __real_open(const char *pszPath, int iFlags, ...);
+int __wrap_open(const char *pszPath, int iFlags, ...) // the door to the side files is replaced: nothing is created
 {
     const bool bPidFile = strcmp(pszPath, "/var/run/ptzcgid.pid") == 0;
-    return bPidFile && Fails('4') ? nullptr : __real_fopen(bPidFile ? "/dev/null" : pszPath, pszMode);
+    return bPidFile && Fails('4') ? -1 : __real_open(bPidFile ? "/dev/null" : pszPath, iFlags);
 }
 
 /// As the C library does it, so that a format from outside does its harm here.
