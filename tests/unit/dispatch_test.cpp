@@ -132,16 +132,19 @@ TEST(Getenv, RefusesWhatAWebServerDidNotPassOnAndWritesThatAPageOfAnotherSiteMad
     };
     char **ppszEnvironment = environ;
     for (const auto &tRow : ROWS) {
-        char *pszNone = nullptr;
-        std::vector<std::string> astrVariable = {"SERVER_ADDR=10.0.0.7", "REQUEST_METHOD=POST", "HTTP_HOST=cam"};
-        astrVariable.insert(astrVariable.end(), tRow.apszChange.begin(), tRow.apszChange.end());
-        environ = &pszNone;
-        for (std::string &strVariable : astrVariable)
-            putenv(strVariable.data()); // without a "=" it takes one away
+        // The first of a name counts, and a name alone stands in the way of none.
+        std::vector<std::string> astrVariable(tRow.apszChange.begin(), tRow.apszChange.end());
+        for (const std::string strPlain : {"SERVER_ADDR=10.0.0.7", "REQUEST_METHOD=POST", "HTTP_HOST=cam"})
+            if (std::count(astrVariable.begin(), astrVariable.end(), strPlain.substr(0, strPlain.find('='))) == 0)
+                astrVariable.push_back(strPlain);
+        std::vector<char *> apszVariable(astrVariable.size() + 1);
+        std::transform(astrVariable.begin(), astrVariable.end(), apszVariable.begin(),
+                       [](std::string &strVariable) { return strVariable.data(); });
+        environ = apszVariable.data();
         ParamContext tContext = {};
         EXPECT_EQ(Param_StateRoutine_Getenv(&tContext), -1);
+        environ = ppszEnvironment;
         EXPECT_EQ(tContext.szErrorMsg, std::string(tRow.pszMessage) + "\r\n")
             << testing::PrintToString(tRow.apszChange);
     }
-    environ = ppszEnvironment;
 }
