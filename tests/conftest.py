@@ -24,6 +24,7 @@ def pytest_addoption(parser):
     parser.addoption("--variant", default="native", help='which "only" lines hold')
     parser.addoption("--batches", default=1, type=int, help="how many times 500 requests the load test sends")
     parser.addoption("--picture", default="/tmp/page.png", help="where the page's picture goes")
+    parser.addoption("--refused", help="what refuses calls of the program: the library of refused_calls.cpp")
     parser.addoption("--kills", default=200, type=int, help="setters that are killed, on a roomy and on a full disk")
 
 

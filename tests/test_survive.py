@@ -4,6 +4,7 @@ import ctypes
 import fcntl
 import itertools
 import os
+import pathlib
 import random
 import re
 import signal
@@ -12,8 +13,8 @@ import time
 
 import pytest
 
-from camera import (CAMERA_WELL, PROGRAM, SIDE_FOLDER, Camera, Program, read, start_read, start_request, start_write,
-                    take_reply, wait_until)
+from camera import (CAMERA_WELL, HEADER, PROGRAM, SIDE_FOLDER, Camera, Program, make_query, read, start_read,
+                    start_request, start_write, take_reply, wait_until)
 
 NAMES = [f"VideoInput.{channel}.{name}" for channel in range(1, 5) for name in (
     "Brightness", "Contrast", "h264.1.GopSize", "Motion.ROI.2.MotionOnThreshold", "Storage.DeviceNum")]
@@ -33,8 +34,8 @@ def make_camera(pytestconfig):
 
 
 def read_shapes():
-    """The side files without their values, but for what is no number."""
-    return [re.sub(r">\d+<", "><", path.read_text()) for path in sorted(SIDE_FOLDER.glob("*.xml"))]
+    """The side files without their values, but for what is no number, and without the end that a cut would take."""
+    return [re.sub(r">\d+<", "><", path.read_text()).rstrip() for path in sorted(SIDE_FOLDER.glob("*.xml"))]
 
 
 def test_a_daemon_that_restarts_in_order_costs_no_setting(make_camera):
@@ -87,8 +88,34 @@ def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera
         time.sleep(2**random.uniform(-13, -5))
         setter.process.send_signal(random.choice([signal.SIGKILL, signal.SIGTERM]))
         killed += setter.wait()[2].startswith("crash")
-        assert [shape.rstrip("\n") + "\n" for shape in read_shapes()] == shapes
+        assert read_shapes() == shapes
     assert killed, "none was alive any more"
+
+
+@pytest.mark.parametrize("items", [
+    ["General.DateTime.CurrentUTCDateTime", "Network.1.MacAddress", "VideoInput.1.h264.1.Capabilities.MaxBitrate",
+     "VideoInput.1.Brightness", "PTZ.1.Capabilities.CommandList", "CustomEvents.Capabilities.EventList",
+     "VideoInput.Capabilities.PeopleCountingSupported", "General.Brand.ModelName"],
+    ["General.DateTime.CurrentUTCDateTime=2026-11-22T10:00:00.000Z", "VideoInput.1.Brightness={}",
+     "VideoInput.1.Motion.ROI.1.MotionOnThreshold={}", "Network.Services.Ntp.PollInterval={}",
+     "VideoInput.1.h264.1.GopSize={}"]], ids=["read", "written"])
+def test_a_call_that_the_system_refuses_costs_what_needs_it(make_camera, pytestconfig, items):
+    """Each call in turn: every item has its line, the files stay whole, and the next request finds all well."""
+    make_camera("ptz", "no system_info_serialnumber", "request system_info_extendedmodelname=KP-930")
+    shapes, refused = read_shapes(), pathlib.Path("/tmp/refused")
+    for number in itertools.count(1):
+        lines = [item.replace("{}", "5" if number % 2 else "99") for item in items]
+        method, text = ("POST", "\r\n".join([*lines, ""])) if "=" in items[0] else ("GET", make_query(items))
+        environment = [f"LD_PRELOAD={pytestconfig.option.refused}", f"REFUSED_CALL={number}"]
+        output, _, ending = start_request(method, text, environment).wait()
+        if not refused.exists():
+            break
+        names = re.findall(r"(?m)^(?:#error\.)?([^=\r\n]*)=.*\r$", output.partition(HEADER)[2])
+        assert (names, ending) == ([item.partition("=")[0] for item in items], "exit 0"), refused.read_text() + output
+        assert read_shapes() == shapes, (number, refused.read_text())
+        refused.unlink()
+    assert number > 100 and "#error" not in output
+    assert "#error" not in str(take_reply(start_request(method, text)))
 
 
 def test_a_wait_goes_on_behind_a_stop(make_camera):
