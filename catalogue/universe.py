@@ -15,7 +15,11 @@ SET_ROOM = 127  # characters of KEY=VALUE that the daemon is told
 VALUE_ROOM = 383  # characters of a value that is taken
 FAR = {"channel": (2, 4, 5, 8, 9, 10, 100), "stream": (2, 3, 5, 6), "window": (2, 4, 5, 6, 10, 100)}
 ODD_NUMBERS = ("0", "-1", "01", "+1", " 1", "1x", "", "2147483647", "2147483648", "99999999999")
-BROKEN_FILES = ("", "\\n<root><quorvex></quorvex></root>", "<root><quorvex>", "x")
+# Some elements only: less and less is there.
+PARTS = ("<image><c0><contrast>1</contrast><brightness>2</brightness>", "<saturation>3</saturation>", "</c0></image>",
+         "<motion><c0><i0><window>4</window></i0></c0></motion>")
+BROKEN_FILES = ("", "\\n<root><quorvex></quorvex></root>", "<root><quorvex>", "x",
+                *(f"<root><quorvex>{''.join(parts)}</quorvex></root>" for parts in (PARTS, PARTS[:1] + PARTS[2:])))
 
 # Requests, pairs of method and text, to a camera of a model that some of its lines and variables of the program's
 # environment make another one. They are sent one after the other.
@@ -194,7 +198,7 @@ class RowUniverse:
 
     def add_written_indexes(self):
         requests = []
-        for indexes in self.announced():
+        for indexes in self.announced() + [self.first | {index: 0} for index in self.indexes]:
             name = self.full_name(indexes)
             requests += [write(f"{name}={self.good}"), *read(name), write(f"{name}={self.other}"), *read(name)]
         self.add(requests)

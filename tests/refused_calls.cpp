@@ -1,5 +1,6 @@
 // Preloaded into the program: of the calls that the system may refuse, the REFUSED_CALL-th one in main is refused. The
 // file refused tells its name, in the folder of temporary files; there is none when the program ends before.
+#undef _FORTIFY_SOURCE // what is defined here must not have an inline twin
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdio.h>
@@ -24,11 +25,12 @@ static bool Is_Refused(const char *pszName)
     return true;
 }
 
-#define REFUSABLE(Type, Name, tRefused, tParameters, tArguments)                                                       \
-    extern "C" Type Name tParameters                                                                                   \
-    {                                                                                                                  \
-        static const auto s_pfnReal = reinterpret_cast<Type(*) tParameters>(dlsym(RTLD_NEXT, #Name));                  \
-        return Is_Refused(#Name) ? tRefused : s_pfnReal tArguments;                                                    \
+// NOLINTBEGIN(bugprone-macro-parentheses,performance-no-int-to-ptr,readability-inconsistent-declaration-parameter-name)
+#define REFUSABLE(Type, Name, tRefused, tParameters, tArguments)                                      \
+    extern "C" Type Name tParameters                                                                  \
+    {                                                                                                 \
+        static const auto s_pfnReal = reinterpret_cast<Type(*) tParameters>(dlsym(RTLD_NEXT, #Name)); \
+        return Is_Refused(#Name) ? (tRefused) : s_pfnReal tArguments;                                 \
     }
 
 // Nothing is waited for: neither until a service is there, nor for an answer to what was not sent.
@@ -67,14 +69,18 @@ extern "C" int semop(int iSemaphore, struct sembuf *pt, size_t u)
     return pt->sem_op > 0 && Is_Refused("semop (give)") ? -1 : iResult;
 }
 
+// NOLINTEND(bugprone-macro-parentheses,performance-no-int-to-ptr,readability-inconsistent-declaration-parameter-name)
+
 static int Main(int iCount, char **ppszArgument, char **ppszEnvironment)
 {
-    g_iCallsLeft = atoi(getenv("REFUSED_CALL"));
+    const char *pszCall = getenv("REFUSED_CALL");
+    g_iCallsLeft = pszCall != nullptr ? atoi(pszCall) : 0;
     const int iResult = g_pfnMain(iCount, ppszArgument, ppszEnvironment);
     g_iCallsLeft = 0;
     return iResult;
 }
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" int __libc_start_main(int (*pfnMain)(int, char **, char **), int iCount, char **ppszArgument,
                                  void (*pfnInit)(), void (*pfnEnd)(), void (*pfnLoader)(), void *pStackEnd)
 {

@@ -8,9 +8,10 @@
 static constexpr int INDEX_MAX_COUNT = 2;
 
 /// Reads a 32-bit number as printf writes it: no plus sign, no leading zero. Returns its length; 0 when there is none.
+/// There is a character to read.
 static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
 {
-    const bool bNegative = pcText < pcEnd && *pcText == '-';
+    const bool bNegative = *pcText == '-';
     const char *const pcFirst = pcText + (bNegative ? 1 : 0);
     const uint32_t dwLimit = INT32_MAX + (bNegative ? 1u : 0u);
     uint32_t dwNumber = 0;

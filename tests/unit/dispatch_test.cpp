@@ -1,7 +1,9 @@
 // Matching names against the table must find exactly what the plain way finds: scan the cut name with the template,
 // print the template with the numbers again, compare.
+#include "common/string_util.h"
 #include "param/dispatch.h"
 #include "param/param_state.h"
+#include "param/request.h"
 
 #include <gtest/gtest.h>
 
@@ -103,6 +105,43 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
     EXPECT_EQ(QuorvexDispatchParser(psz, psz, 256, 0, &tContext), -1);
     EXPECT_EQ(QuorvexDispatchParser(psz + 1, psz, 255, 0, &tContext), 0);
     EXPECT_EQ(QuorvexDispatchParser("a", psz, 1, 3, &tContext), -1);
+    EXPECT_EQ(QuorvexDispatchParser("a", psz, 1, -1, &tContext), -1);
+    EXPECT_EQ(QuorvexDispatchParser("a%d", "a1", 1, 1, &tContext), -1) << "the number is behind the length";
+    EXPECT_EQ(QuorvexDispatchParser("a%", "a%", 2, 0, &tContext), 0) << "without numbers a \"%\" is one";
+    EXPECT_EQ(QuorvexDispatchParser("a%", "a1", 2, 0, &tContext), -1);
+}
+
+TEST(Request, TakesTheTextBetweenAKeyAndAnAmpersand)
+{
+    const std::tuple<const char *, const char *, int, std::string> ROWS[] = {
+        {"a=1&b=22&", "b=", 2, "22"}, {"a=1&b=22&", "c=", 2, ""}, {"a=1&b=22", "b=", 2, ""},
+        {"a=1&b=333&", "b=", 2, ""},  {"a=1&b=22&", "b=", 9, ""}, {"0a=1&", "a=", 2, ""},
+        {"a0=1&", "0=", 2, ""}};
+    for (const auto &[pszText, pszKey, iSkip, strExpected] : ROWS) {
+        char acOutput[4] = "";
+        EXPECT_EQ(GetStringValueFromText(pszText, pszKey, iSkip, acOutput, 2), strExpected.empty() ? -1 : 0) << pszText;
+        EXPECT_EQ(acOutput, strExpected);
+    }
+}
+
+TEST(States, ReplyWithWhatARoutineOrTheRequestLacks)
+{
+    const std::tuple<MappingRoutine *, const char *, const char *> ROWS[] = {
+        {Param_StateRoutine_Mapping, "", "Parameter is not supported"},
+        {Param_StateRoutine_Parser, "Other=1\r\n", "Unknown error in the front"},
+        {Param_StateRoutine_Parser, "1=2\r\nName", "Unknown error in the middle"},
+        {Param_StateRoutine_Parser, "Name=1", "Unknown error in the tail"}};
+    for (const auto &[pfnRoutine, pszRequest, pszMessage] : ROWS) {
+        ParamContext tContext = {};
+        tContext.iMethod = METHOD_READ;
+        tContext.pfnGet = [](ParamContext *) { return MAPPING_NOT_SUPPORTED; };
+        Copy_Text(tContext.szParamName, sizeof tContext.szParamName, "Name");
+        Copy_Text(tContext.szRequest, sizeof tContext.szRequest, pszRequest);
+        EXPECT_EQ(pfnRoutine(&tContext), -1);
+        EXPECT_EQ(tContext.szErrorMsg, std::string("#error.Name=501:") + pszMessage + "\r\n");
+    }
+    for (const ParamState eState : {PARAM_STATE_INITIAL, PARAM_STATE_FINISH})
+        EXPECT_EQ(g_tParamStateRoutine[eState](nullptr), 0);
 }
 
 TEST(Getenv, RefusesWhatAWebServerDidNotPassOnAndWritesThatAPageOfAnotherSiteMade)

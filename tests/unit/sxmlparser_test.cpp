@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 /// Runs before every calloc of this program (the linker's --wrap=calloc sends them here); false makes it fail.
@@ -86,7 +87,13 @@ TEST(SxmlParser, AnswersByPathIndexAndAttribute)
 TEST(SxmlParser, AnswersNothingWithoutATree)
 {
     EXPECT_EQ(Get_Tags(nullptr) + TextOf(SXMLParser_GetAttrValueByName(nullptr, "x", "a", nullptr)), "(none)");
+    EXPECT_EQ(TextOf(SXMLParser_GetAttrValueByIndex(nullptr, 1)) + TextOf(SXMLParser_GetTagValueByIndex(nullptr, 1)) +
+                  (SXMLParser_EnumNext(nullptr) == nullptr ? "" : "next"),
+              "(none)(none)");
     const Parser pParser = Make_Parser();
+    EXPECT_EQ(SXMLParser_SetOptions(nullptr, nullptr) + SXMLParser_SetOptions(pParser.get(), nullptr), 0);
+    EXPECT_EQ(SXMLParser_Process(nullptr, "<a/>", SXML_MODE_TREE), -1);
+    EXPECT_EQ(SXMLParser_Process(pParser.get(), nullptr, SXML_MODE_TREE), -1);
     for (const char *pszText : {"", "no tag at all", "<!-- -->\n"}) {
         EXPECT_EQ(Get_Tags(pParser.get()), "");
         EXPECT_EQ(SXMLParser_GetTagIndex(pParser.get(), "root", nullptr), 0);
@@ -94,7 +101,8 @@ TEST(SxmlParser, AnswersNothingWithoutATree)
     }
     EXPECT_EQ(SXMLParser_Release(nullptr), -1);
     SXMLParserContext *pReleased = Make_Parser().release();
-    EXPECT_EQ(SXMLParser_Release(&pReleased), 0);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(SXMLParser_Release(&pReleased), 0);
     EXPECT_EQ(pReleased, nullptr);
 }
 
@@ -221,12 +229,34 @@ TEST(SxmlParser, SurvivesWithoutMemory)
     g_pfnOnCalloc = [] { return false; };
     EXPECT_EQ(SXMLParser_Initial(&pNone), -1);
     EXPECT_EQ(Parse(pParser, "<root><a x='1'/></root>"), SXML_NO_MEMORY);
+    EXPECT_EQ(SXMLParser_GetAttrValueByIndex(pParser.get(), SXMLParser_GetAttributeCount(pParser.get())), nullptr);
     g_pfnOnCalloc = nullptr;
     EXPECT_EQ(Get_Tags(pNone) + Get_Tags(pParser.get()), "");
     EXPECT_EQ(Parse(pParser, "<a/>"), 0);
 }
 
 /// Only a text that changes between the passes gets to these checks.
+static int Process_Changing(SXMLParserContext *p, std::string strText, const std::string &strBuilt)
+{
+    g_pfnOnCalloc = [&] { return !strText.replace(0, strBuilt.size(), strBuilt).empty(); };
+    const int iCode = SXMLParser_Process(p, strText.c_str(), SXML_MODE_TREE);
+    g_pfnOnCalloc = nullptr;
+    return iCode;
+}
+
+TEST(SxmlParser, RefusesATreeThatIsNotTheOneThatWasCounted)
+{
+    const std::tuple<const char *, std::string, int> CASES[] = {
+        {"<a></a><b></b>", "<a><b></b></a>", SXML_TOO_DEEP},
+        {"<a></a>   ", "<a></a></>", SXML_UNBALANCED},
+        {"<a></a>", std::string("<a></a") + '\0', SXML_OPEN_TAG}};
+    for (const auto &[pszCounted, strBuilt, iCode] : CASES) {
+        const Parser pParser = Make_Parser();
+        EXPECT_EQ(Process_Changing(pParser.get(), pszCounted, strBuilt), iCode) << strBuilt;
+        EXPECT_EQ(SXMLParser_GetElementByIndex(pParser.get(), SXMLParser_GetElementCount(pParser.get()) + 1), nullptr);
+    }
+}
+
 TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
 {
     const std::string aastrCase[][3] = {
@@ -234,14 +264,9 @@ TEST(SxmlParserDeathTest, AbortsWhenTheTreeOutgrowsItsCount)
         {"<a>01234</a>", "<a b='1'>2</", "pThis->pCurAttribute < pThis->pXMLAttribute . pThis->iXMLAttributeCount . 1"},
         {"<a></a>", "<abcd/>", "pThis->pszCurXMLStr <= pThis->pszXMLString . pThis->iXMLStrSize"},
     };
-    for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase) {
-        std::string strText = strCounted;
-        const Parser pParser = Make_Parser();
-        g_pfnOnCalloc = [&, strNext = strBuilt] { return !strText.replace(0, strText.size(), strNext).empty(); };
-        EXPECT_DEATH(SXMLParser_Process(pParser.get(), strText.c_str(), SXML_MODE_TREE),
+    for (const auto &[strCounted, strBuilt, strAssertion] : aastrCase)
+        EXPECT_DEATH(Process_Changing(Make_Parser().get(), strCounted, strBuilt),
                      ": src/sxmlparser.c:[0-9]+: ConstructDOMCb: Assertion `" + strAssertion + "' failed");
-        g_pfnOnCalloc = nullptr;
-    }
 }
 
 TEST(SxmlParser, ReadsFiles)

@@ -3,8 +3,10 @@
 #include "common/decimal.h"
 #include "common/int32.h"
 #include "common/string_util.h"
+#include "conflib/cdf_range.h"
 #include "conflib/configer.h"
 #include "mapping/ptz_io.h"
+#include "mapping/video.h"
 #include "sidestore/quorvex_xml_parser.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +20,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -102,7 +105,7 @@ TEST(StringUtil, ComparesWithoutCase)
         const char *pszLeft, *pszRight;
         int iResult;
     } CASES[] = {{"ABC", "abc", 0}, {"abc", "ab", -1}, {"ab", "abc", -1}, {"b", "A", 1},
-                 {"", "", 0},       {"", "a", -1},     {"\xe4", "z", 1}};
+                 {"", "", 0},       {"a", "B", -1},    {"\xe4", "z", 1}};
     for (const auto &t : CASES)
         EXPECT_EQ(stricmp(t.pszLeft, t.pszRight), t.iResult) << t.pszLeft << "|" << t.pszRight;
     EXPECT_EQ(memicmp("a\0B", "A\0b", 3), 0);
@@ -125,6 +128,7 @@ TEST(StringUtil, RemovesCharacters)
 TEST(DebugLog, WritesToTheSinksOfItsLevel)
 {
     const std::string strPath = testing::TempDir() + "debug_log_test";
+    EXPECT_EXIT((DbgLogInit(1, nullptr), exit(_db_fptr == stdout ? 7 : 0)), testing::ExitedWithCode(7), "");
     testing::internal::CaptureStdout();
     DbgLogInit(DBG_LEVEL_FILE, strPath.c_str());
     DbgLogInit(1, nullptr);
@@ -134,16 +138,20 @@ TEST(DebugLog, WritesToTheSinksOfItsLevel)
     g_pfnTelnetDbgPrint = Hook;
     DbgLogFunction(DBG_LEVEL_FILE | DBG_LEVEL_TELNET, "two %s %d;", "both", 2);
     EXPECT_EQ(__Telnet_AssertFail("three %d;", 3), 7);
+    DbgLogFunction(DBG_LEVEL_TELNET, "four;");
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "Debug Init:level = 268435456\r\n" + strPath + "Change debug level to -1879048192\r\n");
-    EXPECT_EQ(g_strHooked, "two both 2;three 3;");
+    EXPECT_EQ(g_strHooked, "two both 2;three 3;four;");
     fclose(_db_fptr);
+    _db_fptr = nullptr;
+    DbgLogFunction(DBG_LEVEL_FILE, "to nobody");
     FILE *ptFile = fopen(strPath.c_str(), "r");
     char szLog[64] = "";
     EXPECT_GT(fread(szLog, 1, sizeof szLog - 1, ptFile), 0u);
     fclose(ptFile);
     EXPECT_STREQ(szLog, "one 1;two both 2;");
     g_pfnTelnetDbgPrint = NullTelnetDbgPrint;
+    EXPECT_EQ(__Telnet_AssertFail("to nobody"), 0);
 }
 
 /// What the clients of the daemons want of the C library: pauses and log lines are recorded, and a connection leads to
@@ -196,25 +204,6 @@ extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int iPriority
     va_end(tArguments);
 }
 
-TEST(Ptz, TriesTenTimesInFortyFiveSeconds)
-{
-    char szReply[8] = "as was";
-    EXPECT_EQ(QvrxParam_UnixSocketClient("/nonexistent/ptzctrl", "x", szReply, sizeof szReply), -1);
-    EXPECT_EQ(g_auPause, std::vector<unsigned int>(9, 5));
-    std::vector<std::string> astrExpected(9, "2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl");
-    astrExpected.push_back("2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl for 10 times");
-    EXPECT_EQ(g_astrLog, astrExpected);
-    EXPECT_STREQ(szReply, "as was");
-}
-
-TEST(SideStore, NamesAnUnknownCodecAlsoWithoutACamera)
-{
-    g_astrLog.clear();
-    EXPECT_EQ(Set_VideoGOP_to_QuorvexXMLFile(0, 0, "mjpeg", 30), -1);
-    EXPECT_EQ(g_astrLog,
-              std::vector<std::string>{"6 QuorvexXML: Set_VideoGOP_to_QuorvexXMLFile: Error Unknow codec: mjpeg"});
-}
-
 /// The other end of the connection that is made while it is there.
 struct Peer {
     int aiEnd[2] = {-1, -1};
@@ -229,6 +218,59 @@ struct Peer {
         g_iDaemon = -1;
     }
 };
+
+TEST(Ptz, TriesTenTimesInFortyFiveSeconds)
+{
+    char szReply[8] = "as was";
+    g_astrLog.clear();
+    EXPECT_EQ(QvrxParam_UnixSocketClient("/nonexistent/ptzctrl", "x", szReply, sizeof szReply), -1);
+    EXPECT_EQ(g_auPause, std::vector<unsigned int>(9, 5));
+    std::vector<std::string> astrExpected(9, "2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl");
+    astrExpected.push_back("2 [Quorvex TELP package - param.cgi] Connot connect to PTZCtrl for 10 times");
+    EXPECT_EQ(g_astrLog, astrExpected);
+    EXPECT_STREQ(szReply, "as was");
+}
+
+TEST(Ptz, WantsAnAnswerWhereThereIsRoomForOne)
+{
+    const Peer tPeer;
+    char szReply[8] = "as was";
+    EXPECT_EQ(QvrxParam_UnixSocketClient("/tmp/ptzctrl", "x", nullptr, 0), 0);
+    EXPECT_EQ(QvrxParam_UnixSocketClient("/tmp/ptzctrl", "x", szReply, 0), -1);
+    EXPECT_STREQ(szReply, "as was");
+    EXPECT_EQ(write(tPeer.aiEnd[0], "1", 1), 1);
+    EXPECT_EQ(QvrxParam_UnixSocketClient("/tmp/ptzctrl", "x", szReply, 2), 0);
+    EXPECT_STREQ(szReply, "1");
+    EXPECT_EQ(SupportPTZType(nullptr), PTZ_TYPE_UNKNOWN);
+}
+
+TEST(Video, FindsTheStreamThatANameSpeaksOf)
+{
+    const std::tuple<const char *, int32_t, int> ROWS[] = {{"VideoInput.1.h264.1.Bitrate", 5, 0},
+                                                           {"VideoInput.1.h264.1.Bitrate", 6, -1},
+                                                           {"VideoInput.1.h264.1.Bitrate", -1, -1},
+                                                           {"VideoInput.1.vp8.1.Bitrate", 5, -1},
+                                                           {"AudioInput.1.h264", -1, 0}};
+    for (const auto &[pszName, iStream, iResult] : ROWS) {
+        ParamContext tContext = {};
+        tContext.pszParamName = pszName;
+        tContext.atVideoInStream[0].aiH264Stream[0] = iStream;
+        EXPECT_EQ(Get_VideoInput_StreamNum(&tContext), iResult) << pszName << " " << iStream;
+    }
+    int32_t iMinimum = 0;
+    char szList[] = "7,-3000000000,5,,9";
+    EXPECT_EQ(FindMinNbrInList(szList, ",", &iMinimum) * 10 + iMinimum, 5);
+    QuorvexFloatRange tRange = {};
+    EXPECT_EQ(QuorvexParseXMLFloatRange(nullptr, &tRange) + QuorvexParseXMLFloatRange(szList, nullptr), -2);
+}
+
+TEST(SideStore, NamesAnUnknownCodecAlsoWithoutACamera)
+{
+    g_astrLog.clear();
+    EXPECT_EQ(Set_VideoGOP_to_QuorvexXMLFile(0, 0, "mjpeg", 30), -1);
+    EXPECT_EQ(g_astrLog,
+              std::vector<std::string>{"6 QuorvexXML: Set_VideoGOP_to_QuorvexXMLFile: Error Unknow codec: mjpeg"});
+}
 
 TEST(Configer, SaysWhatItIsToldAndEchoesTheWholeAnswerOfAnApply)
 {
@@ -248,8 +290,32 @@ TEST(Configer, SaysWhatItIsToldAndEchoesTheWholeAnswerOfAnApply)
         EXPECT_GT(read(tPeer.aiEnd[0], memset(szText, 0, sizeof szText), sizeof szText - 1), 0);
         EXPECT_STREQ(szText, pszSaid);
     }
-    ConfigerRequest tRequest = {CONFIGER_APPLY, "Value", "", "payload", 1, 2, 3};
-    EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), -1);
+    for (const ConfigerRequest &tRequest :
+         {ConfigerRequest{CONFIGER_APPLY, "Value", "", "payload", 1, 2, 3},
+          ConfigerRequest{CONFIGER_GET, "", "network", "payload", 1, 2, 3},
+          ConfigerRequest{CONFIGER_GET, "Value", "network", nullptr, 1, 2, 3},
+          ConfigerRequest{CONFIGER_APPLY + 1, "Value", "network", "payload", 1, 2, 3}})
+        EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), -1);
+}
+
+static int g_iDecodedLength; // what the platform's library says; below 0: what was decoded
+extern "C" void __real_EscapeDecodeString(const char *, int, char *, int *, int);                         // NOLINT
+extern "C" void __wrap_EscapeDecodeString(const char *p, int iLength, char *q, int *piDecoded, int iFlag) // NOLINT
+{
+    __real_EscapeDecodeString(p, iLength, q, piDecoded, iFlag);
+    *piDecoded = g_iDecodedLength < 0 ? *piDecoded : g_iDecodedLength;
+}
+
+TEST(Configer, SetsWhatIsLeftBehindTheDecoding)
+{
+    char szPayload[CONFIGER_SET_SIZE] = "";
+    for (const auto &[iLength, iResult] : {std::pair(0, -1), {4, -1}, {3, 0}, {1, 0}, {-1, 0}}) {
+        g_iDecodedLength = iLength;
+        EXPECT_EQ(Compose_Set("k", "v", szPayload), iResult) << iLength;
+    }
+    EXPECT_EQ(Compose_Set("k", "%4g%/1%:1%@1%G1%`1%00%%41%5B%6c+%4", szPayload), 0);
+    EXPECT_STREQ(szPayload, "k=%4g%/1%:1%@1%G1%`1%00%A[l+%4");
+    EXPECT_EQ(Compose_Set("k", "%0Ai=1", szPayload), -1);
 }
 
 TEST(Configer, SaysWhatTheDaemonDidNotTakeAndGoesOn)
