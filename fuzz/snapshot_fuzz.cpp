@@ -7,6 +7,7 @@
 #include "conflib/snapshot.h"
 
 #include <errno.h>
+#include <stddef.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -115,6 +116,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pData, size_t uSize)
         g_iFaults = 0;
         Look_Up(acKey.data(), uOutput);
         Require(g_iBalance == 0, "the next lookup does not wait for its own process, and gives back");
+    }
+
+    // A segment from 0 on whose root is its header or has no child.
+    for (const uint32_t dwRoot : {0U, 8U}) {
+        uint32_t adwSegment[20] = {0, dwRoot};
+        adwSegment[offsetof(SnapshotNode, dwFirstChild) / 4] = 44;
+        g_iFaults = 0;
+        g_acSegment.assign(reinterpret_cast<char *>(adwSegment), reinterpret_cast<char *>(adwSegment + 20));
+        g_iSegmentId++;
+        char cOutput = 0;
+        Require(Configer_LookUp("a", &cOutput, 1) == SNAPSHOT_UNAVAILABLE,
+                "without a tree no key is known to be absent");
     }
     return 0;
 }

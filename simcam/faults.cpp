@@ -56,6 +56,7 @@ const FaultRow FAULT_ROWS[] = {
     {"unterminated", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false, "no NUL from the first name to the end of the segment"},
     {"unterminated-texts", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false,
      "no NUL from the first text to the end of the segment"},
+    {"bare", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false, "a root without children: a daemon that has just started"},
     {"small", SERVICE_SNAPSHOT, SERVICE_SNAPSHOT, false, "a segment of 4 bytes"},
     {"taken", SERVICE_SEMAPHORE, SERVICE_SEMAPHORE, false, "the semaphore is held for good"},
 };

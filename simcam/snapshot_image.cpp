@@ -129,6 +129,8 @@ std::string Build_SnapshotImage(const Model &tModel)
         Apply_ModelLine("alias system_hostname=system_ntp", "", &tShown);
         Apply_ModelLine("alias system_ntp=system_hostname", "", &tShown);
     }
+    if (Has_Fault(tModel, SERVICE_SNAPSHOT, "bare"))
+        tShown.atKeys.clear();
     Tree atTree = Build_Tree(tShown);
     for (Node &tNode : atTree) {
         if (Has_Fault(tModel, SERVICE_SNAPSHOT, "backwards"))

@@ -187,6 +187,15 @@ def test_a_closed_standard_input_is_no_other_file(make_camera):
     assert take_reply(Program(["sh", "-c", f"exec {PROGRAM} <&-"], env=env)) == ["Get the post body failed"]
 
 
+def test_a_file_that_may_not_grow_ends_no_request(make_camera):
+    """A write that begins at the limit would be answered with a signal."""
+    make_camera("dome")
+    name, before = "VideoInput.1.Motion.ROI.1.MotionOnThreshold", read_shapes()
+    env = {"SERVER_ADDR": "::", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(name) + 6)}
+    request = Program(["prlimit", "--fsize=100", PROGRAM], f"{name}=100\r\n", env)
+    assert (take_reply(request), read([name]), read_shapes()) == ([f"{name}=100"], [f"{name}=10"], before)
+
+
 def test_a_named_pipe_in_the_place_of_a_file_holds_nobody(make_camera):
     make_camera("dome", "ptz pidfile=no")
     pipe = "/var/run/ptzcgid.pid"
