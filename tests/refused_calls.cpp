@@ -1,18 +1,14 @@
 // Preloaded into the program: of the calls that the system may refuse, the REFUSED_CALL-th one in main is refused. The
 // file refused tells its name, in the folder of temporary files; there is none when the program ends before.
-#undef _FORTIFY_SOURCE // what is defined here must not have an inline twin
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdio.h>
-#include <stdlib.h>
-#include <sys/ipc.h>
-#include <sys/sem.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <time.h>
 
 static int g_iCallsLeft; // 0: none is counted
 static int (*g_pfnMain)(int, char **, char **);
+
+// Arguments and results of all these calls travel in registers, as a long does.
+using Call = long(long, long, long, long, long, long);
 
 static bool Is_Refused(const char *pszName)
 {
@@ -25,52 +21,45 @@ static bool Is_Refused(const char *pszName)
     return true;
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses,performance-no-int-to-ptr,readability-inconsistent-declaration-parameter-name)
-#define REFUSABLE(Type, Name, tRefused, tParameters, tArguments)                                      \
-    extern "C" Type Name tParameters                                                                  \
-    {                                                                                                 \
-        static const auto s_pfnReal = reinterpret_cast<Type(*) tParameters>(dlsym(RTLD_NEXT, #Name)); \
-        return Is_Refused(#Name) ? (tRefused) : s_pfnReal tArguments;                                 \
-    }
-
-// Nothing is waited for: neither until a service is there, nor for an answer to what was not sent.
-extern "C" unsigned int sleep(unsigned int /*uSeconds*/) { return 0; }
-REFUSABLE(ssize_t, write, shutdown(i, SHUT_RDWR) - 1, (int i, const void *p, size_t u), (i, p, u))
-REFUSABLE(ssize_t, send, shutdown(i, SHUT_RDWR) - 1, (int i, const void *p, size_t u, int j), (i, p, u, j))
-REFUSABLE(void *, malloc, nullptr, (size_t u), (u))
-REFUSABLE(void *, calloc, nullptr, (size_t u, size_t v), (u, v))
-REFUSABLE(int, open, -1, (const char *p, int i, mode_t j), (p, i, j))
-REFUSABLE(int, fcntl, -1, (int i, int j, long k), (i, j, k))
-REFUSABLE(int, fstat, -1, (int i, struct stat *p), (i, p))
-REFUSABLE(off_t, lseek, -1, (int i, off_t j, int k), (i, j, k))
-REFUSABLE(ssize_t, read, -1, (int i, void *p, size_t u), (i, p, u))
-REFUSABLE(ssize_t, pread, -1, (int i, void *p, size_t u, off_t j), (i, p, u, j))
-REFUSABLE(ssize_t, pwrite, -1, (int i, const void *p, size_t u, off_t j), (i, p, u, j))
-REFUSABLE(int, ftruncate, -1, (int i, off_t j), (i, j))
-REFUSABLE(int, flock, -1, (int i, int j), (i, j))
-REFUSABLE(int, ioctl, -1, (int i, unsigned long j, void *p), (i, j, p))
-REFUSABLE(int, socket, -1, (int i, int j, int k), (i, j, k))
-REFUSABLE(int, setsockopt, -1, (int i, int j, int k, const void *p, socklen_t u), (i, j, k, p, u))
-REFUSABLE(int, connect, -1, (int i, const struct sockaddr *p, socklen_t u), (i, p, u))
-REFUSABLE(ssize_t, recv, -1, (int i, void *p, size_t u, int j), (i, p, u, j))
-REFUSABLE(key_t, ftok, -1, (const char *p, int i), (p, i))
-REFUSABLE(int, semget, -1, (key_t i, int j, int k), (i, j, k))
-REFUSABLE(int, shmget, -1, (key_t i, size_t u, int j), (i, u, j))
-REFUSABLE(void *, shmat, reinterpret_cast<void *>(-1), (int i, const void *p, int j), (i, p, j))
-REFUSABLE(int, shmctl, -1, (int i, int j, void *p), (i, j, p))
-REFUSABLE(struct tm *, gmtime_r, nullptr, (const time_t *p, struct tm *q), (p, q))
-REFUSABLE(struct tm *, localtime_r, nullptr, (const time_t *p, struct tm *q), (p, q))
-REFUSABLE(time_t, mktime, -1, (struct tm * p), (p))
-
-/// A semaphore that is not given back would be waited for; it is, and the program hears otherwise.
-extern "C" int semop(int iSemaphore, struct sembuf *pt, size_t u)
+static long Make_Call(const char *pszName, long lRefused, long a, long b, long c, long d, long e, long f)
 {
-    const int iResult = pt->sem_op < 0 && Is_Refused("semop") ? -1 : semtimedop(iSemaphore, pt, u, nullptr);
-    return pt->sem_op > 0 && Is_Refused("semop (give)") ? -1 : iResult;
+    return Is_Refused(pszName) ? lRefused : reinterpret_cast<Call *>(dlsym(RTLD_NEXT, pszName))(a, b, c, d, e, f);
 }
 
-// NOLINTEND(bugprone-macro-parentheses,performance-no-int-to-ptr,readability-inconsistent-declaration-parameter-name)
+// NOLINTBEGIN(bugprone-macro-parentheses,bugprone-reserved-identifier,readability-identifier-length)
+#define REFUSABLE(Name, lRefused)                                        \
+    extern "C" long Name(long a, long b, long c, long d, long e, long f) \
+    {                                                                    \
+        return Make_Call(#Name, lRefused, a, b, c, d, e, f);             \
+    }
+#define REFUSABLE_4(Name1, Name2, Name3, Name4) \
+    REFUSABLE(Name1, -1) REFUSABLE(Name2, -1) REFUSABLE(Name3, -1) REFUSABLE(Name4, -1)
+REFUSABLE_4(open, fcntl, fstat, lseek)
+REFUSABLE_4(read, pread, pwrite, ftruncate)
+REFUSABLE_4(flock, ioctl, socket, setsockopt)
+REFUSABLE_4(connect, recv, ftok, semget)
+REFUSABLE_4(shmget, shmat, shmctl, mktime)
+REFUSABLE(malloc, 0)
+REFUSABLE(calloc, 0)
+REFUSABLE(gmtime_r, 0)
+REFUSABLE(localtime_r, 0)
 
+// Nothing is waited for: neither until a service is there, nor for an answer to what was not sent, nor for a semaphore
+// that was not given back.
+extern "C" int shutdown(int iSocket, int iHow);
+REFUSABLE(write, shutdown(static_cast<int>(a), 2) - 1)
+REFUSABLE(send, shutdown(static_cast<int>(a), 2) - 1)
+extern "C" unsigned int sleep(unsigned int /*uSeconds*/) { return 0; }
+extern "C" long semtimedop(int iSemaphore, short *pnOperation, size_t uCount, const void *pTime);
+extern "C" long semop(int iSemaphore, short *pnOperation, size_t uCount) // of an operation the second short is the step
+{
+    const bool bTakes = pnOperation[1] < 0;
+    const long lResult = bTakes && Is_Refused("semop") ? -1 : semtimedop(iSemaphore, pnOperation, uCount, nullptr);
+    return !bTakes && Is_Refused("semop") ? -1 : lResult;
+}
+
+extern "C" char *getenv(const char *pszName);
+extern "C" int atoi(const char *pszText);
 static int Main(int iCount, char **ppszArgument, char **ppszEnvironment)
 {
     const char *pszCall = getenv("REFUSED_CALL");
@@ -80,11 +69,10 @@ static int Main(int iCount, char **ppszArgument, char **ppszEnvironment)
     return iResult;
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
-extern "C" int __libc_start_main(int (*pfnMain)(int, char **, char **), int iCount, char **ppszArgument,
-                                 void (*pfnInit)(), void (*pfnEnd)(), void (*pfnLoader)(), void *pStackEnd)
+extern "C" long __libc_start_main(decltype(g_pfnMain) pfnMain, long a, long b, long c, long d, long e, long f)
 {
     g_pfnMain = pfnMain;
     const auto pfnReal = reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
-    return pfnReal(Main, iCount, ppszArgument, pfnInit, pfnEnd, pfnLoader, pStackEnd);
+    return pfnReal(Main, a, b, c, d, e, f);
 }
+// NOLINTEND(bugprone-macro-parentheses,bugprone-reserved-identifier,readability-identifier-length)
