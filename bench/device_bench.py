@@ -12,9 +12,9 @@ import shutil
 import sys
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
-sys.path[:0] = [str(TREE / "tests"), str(TREE / "bench")]
+sys.path[:0] = [str(TREE / "device"), str(TREE / "bench")]
 import arm_bench  # noqa: E402 (the folders are known only now)
-from device import NO_PACKAGES, PROGRAM, Device  # noqa: E402
+from console import NO_PACKAGES, PROGRAM, Device  # noqa: E402
 
 ROUNDS = 10
 SHIFT = 3  # an instruction takes 2^3 ns of the device's time, as on a processor with 125 million of them a second

@@ -8,7 +8,7 @@ import resource
 
 import pytest
 
-from camera import CAMERA_WELL, Camera, ask_server, start_request, start_server, take_server_errors
+from camera import CAMERA_WELL, Camera, start_request
 
 FILE_SIZE_LIMIT = 1 << 22  # of every file that a program writes, its standard output included
 PROBLEMS = {"refuse": "An illegal setting parameter", "fail": "Internal error"}
@@ -73,19 +73,18 @@ def cut(text):
 
 
 class Request:
-    def __init__(self, line, method, text, via_server=False):
-        self.line, self.method, self.text, self.via_server = line, method, text, via_server
+    def __init__(self, line, method, text):
+        self.line, self.method, self.text = line, method, text
         self.output, self.type, self.has_header, self.error, self.status = "", "text/plain", False, "", 0
 
     def reply(self, text):
-        if not self.has_header and not self.via_server:
+        if not self.has_header:
             self.output += HEADER_MARK
         self.has_header = True
         self.output += text + "\r\n"
 
     def expected(self):
-        output = self.output.replace(HEADER_MARK, f"Content-type: {self.type}\r\n\r\n")
-        return output, self.error, f"200 {self.type}" if self.via_server else f"exit {self.status}"
+        return self.output.replace(HEADER_MARK, f"Content-type: {self.type}\r\n\r\n"), self.error, f"exit {self.status}"
 
 
 class Case(pytest.Item):
@@ -102,7 +101,6 @@ class Case(pytest.Item):
         if word == "only":
             variant, text = take_word(text)
             return self.apply(line, text) if variant == self.config.option.variant else None
-        method, text = take_word(text) if word == "http" else (word, text)
         text = repeat(text)
         if word not in ("model", "camera", "args"):
             text = decode(text)
@@ -115,8 +113,8 @@ class Case(pytest.Item):
                 self.environment.append(text)
             case "args":
                 self.arguments += text.split()
-            case "get" | "post" | "http" if method in ("get", "post"):
-                self.requests.append(Request(line, method.upper(), text, via_server=word == "http"))
+            case "get" | "post":
+                self.requests.append(Request(line, word.upper(), text))
             case "read" | "write" | "refuse" | "fail":
                 for item in expand(text):
                     self.exchange(line, word, item)
@@ -124,8 +122,8 @@ class Case(pytest.Item):
                 self.sent.append(encode(text))
             case "log":
                 self.log.append("log " + encode(text))
-            case "file" | "filehas" if "=" in text:
-                self.files.append((line, word, *text.split("=", 1)))
+            case "file" if "=" in text:
+                self.files.append((line, *text.split("=", 1)))
             case "reply" | "xml" | "output" | "error" | "exit" if not self.requests:
                 raise ValueError("no request in front of it")
             case "reply":
@@ -151,14 +149,6 @@ class Case(pytest.Item):
         self.requests.append(Request(line, "POST", text + "\r\n") if is_write else Request(line, "GET", f"req={name}&"))
         self.requests[-1].reply(f"#error.{name}=501:{PROBLEMS[word]}" if word in PROBLEMS else text)
 
-    def ask(self, request):
-        if not request.via_server:
-            return start_request(request.method, request.text, self.environment, self.arguments,
-                                 self.config.option.emulator).wait()
-        start_server(self.config.option.emulator)
-        output, status, kind = ask_server(request.method, request.text)
-        return output, take_server_errors(), f"{status} {kind}"
-
     def runtest(self):
         option, self.problems = self.config.option, []
         camera = Camera(option.simcam, f"{option.models}/{self.model}.model", self.changes)
@@ -180,13 +170,13 @@ class Case(pytest.Item):
 
     def run_requests(self):
         for request in self.requests:
+            answer = start_request(request.method, request.text, self.environment, self.arguments,
+                                   self.config.option.emulator).wait()
             self.expect(request.line, f"{request.method} {encode(request.text[:200])}", describe(request.expected()),
-                        describe(self.ask(request)))
-        for line, word, name, text in self.files:
+                        describe(answer))
+        for line, name, text in self.files:
             path = pathlib.Path(name)
-            content = path.read_text("latin-1") if path.exists() else ""
-            if word == "file" or text not in content:
-                self.expect(line, name, cut(text), cut(content))
+            self.expect(line, name, cut(text), cut(path.read_text("latin-1") if path.exists() else ""))
 
     def expect(self, line, what, expected, actual):
         if expected != actual:

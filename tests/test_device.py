@@ -1,13 +1,16 @@
 """A whole ARM device in the emulator (script/device): a kernel of the camera's kind answers for semaphores, shared
 memory, sockets and memory, the root is read-only, and a web server's unprivileged user asks. One device, booted once; a
 shell on its console is the way in, beside the port that it serves."""
+import pathlib
 import re
 import subprocess
+import sys
 import urllib.request
 
 import pytest
 
-from device import NO_PACKAGES, PROGRAM, TIME_LIMIT, TREE, Device
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "device"))
+from console import NO_PACKAGES, PROGRAM, TIME_LIMIT, TREE, Device  # noqa: E402
 
 NO_TESTS = 5  # which skips this one
 CLIENTS, REQUESTS = 16, 4  # at once, and of each

@@ -49,40 +49,9 @@ TEST(Int32, ConvertsAndWraps)
     EXPECT_EQ(Int32_Add(INT32_MIN, -1), INT32_MAX);
 }
 
-TEST(Decimal, RoundsAsTheHostDoes)
+/// Where the host's library reads on; for all else see the fuzz target of ranges and decimal numbers.
+TEST(Decimal, KnowsNoHexadecimalAndNoTagOfANumberThatIsNone)
 {
-    char szHalfway[800]; // of all halfway numbers the one with the most digits
-    snprintf(szHalfway, sizeof szHalfway, "%.767Le", 0x1p-1021L - 0x1p-1075L);
-    const std::string TEXTS[] = {"-.5e1x", "+12.", " \t7,8", "1.2.3", "-0", "0e999999999", "-INFx", "infinity",
-                                 // Windows that were a unit off
-                                 "0.10101010101010101", "0.8933333333333333", "0.9183333333333333",
-                                 // Halfway, to even in both directions; a digit far behind the others decides
-                                 "9007199254740993", "9007199254740995e0", "9007199254740993." + std::string(999, '0'),
-                                 "9007199254740993." + std::string(999, '0') + "1", szHalfway,
-                                 // The ends of the range
-                                 "1.7976931348623158e308", "1.7976931348623159e308", "2e308", "1e4000",
-                                 "2.2250738585072011e-308", "123456789012345678e-340", "2.4703282292062327e-324",
-                                 "2.4703282292062328e-324",
-                                 // Exponents and digits that make up for each other; the most memory
-                                 "0." + std::string(5000, '0') + "1e5001", std::string(300, '9') + "e-300",
-                                 "." + std::string(323, '0') + std::string(999, '9')};
-    for (const std::string &strText : TEXTS) {
-        double dNumber = 5;
-        char *pszEnd = nullptr;
-        const double dExpected = strtod(strText.c_str(), &pszEnd);
-        EXPECT_EQ(Decimal_FromText(strText.c_str(), &dNumber), pszEnd) << strText;
-        EXPECT_EQ(dNumber, dExpected) << strText;
-        EXPECT_EQ(std::signbit(dNumber), std::signbit(dExpected)) << strText;
-    }
-}
-
-TEST(Decimal, EndsWhereTheScanEnds)
-{
-    for (const char *pszText : {"", "-", ".", "e5", "na", "+-1", "-x", "0.5e,1", "1e+", "infin"}) {
-        double dNumber = 5;
-        EXPECT_EQ(Decimal_FromText(pszText, &dNumber), nullptr) << pszText;
-        EXPECT_EQ(dNumber, 5) << pszText;
-    }
     double dNumber = 5;
     EXPECT_STREQ(Decimal_FromText("0x10", &dNumber), "x10");
     EXPECT_EQ(dNumber, 0);
