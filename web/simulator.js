@@ -11,7 +11,7 @@ const TAIL = 64; // bytes of the log's end, by which a log that has begun anew i
 
 const SHOWN_FAULTS = {
     configer: ["absent", "refuse", "hang", "close", "garbage", "late:2000"],
-    snapshot: ["absent", "wild", "loop", "small"],
+    snapshot: ["absent", "bare", "wild", "loop", "small"],
     semaphore: ["absent", "taken"],
     ptz: ["absent", "hang", "garbage", "late:2000"],
     analytics: ["absent", "hang", "garbage", "late:2000"],
