@@ -272,6 +272,7 @@ extern "C" void __real_EscapeDecodeString(const char *, int, char *, int *, int)
 extern "C" void __wrap_EscapeDecodeString(const char *p, int iLength, char *q, int *piDecoded, int iFlag) // NOLINT
 {
     __real_EscapeDecodeString(p, iLength, q, piDecoded, iFlag);
+    EXPECT_EQ(iFlag, 1);
     *piDecoded = g_iDecodedLength < 0 ? *piDecoded : g_iDecodedLength;
 }
 
