@@ -59,7 +59,7 @@ const KeyUse g_atKeyUse[] = {
     {"capability_nmediastream", 128, true, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.{codec}.Capabilities.StreamCount", "answers 0"},
     {"capability_nmediastream", 64, false, "h265,mpeg4,h264", nullptr, nullptr, nullptr, "VideoInput.{channel}.{codec}.{stream}.Rtsp.AbsolutePath", "internal error"},
     {"capability_nmediastream", 64, false, nullptr, nullptr, nullptr, nullptr, "AudioInput.{input}.Rtsp.AbsolutePath", "internal error"},
-    {"capability_nmotion", 4, true, nullptr, nullptr, nullptr, nullptr, "writing side files", "the number of streams stands for that of the windows"},
+    {"capability_nmotion", 4, true, nullptr, nullptr, nullptr, nullptr, "writing side files", "the number of streams stands for that of the windows; a motion file that has more of them stays as it is"},
     {"capability_nmotion", 4, true, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.Motion.Capabilities.MotionSupported", "internal error"},
     {"capability_nmotion", 4, true, nullptr, nullptr, nullptr, nullptr, "VideoInput.{channel}.Motion.Capabilities.RoiCount", "internal error"},
     {"capability_npir", 512, false, nullptr, nullptr, nullptr, nullptr, "CustomEvents.Capabilities.EventList", nullptr},
