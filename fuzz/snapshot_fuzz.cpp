@@ -7,7 +7,6 @@
 #include "conflib/snapshot.h"
 
 #include <errno.h>
-#include <stddef.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -57,8 +56,9 @@ int __wrap_semop(int, struct sembuf *ptOperation, size_t uCount)
     return 0;
 }
 
-int __wrap_semtimedop(int, struct sembuf *, size_t, const struct timespec *ptTime)
+int __wrap_semtimedop(int, struct sembuf *ptOperation, size_t, const struct timespec *ptTime)
 {
+    Require((ptOperation->sem_flg & SEM_UNDO) != 0, "the kernel can undo it");
     Require((g_iFaults & FAULT_TAKE) != 0 && ptTime != nullptr,
             "only a taken semaphore is waited for, and not for ever");
     return Fail(FAULT_TAKE);
@@ -116,18 +116,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *pData, size_t uSize)
         g_iFaults = 0;
         Look_Up(acKey.data(), uOutput);
         Require(g_iBalance == 0, "the next lookup does not wait for its own process, and gives back");
-    }
-
-    // A segment from 0 on whose root is its header or has no child.
-    for (const uint32_t dwRoot : {0U, 8U}) {
-        uint32_t adwSegment[20] = {0, dwRoot};
-        adwSegment[offsetof(SnapshotNode, dwFirstChild) / 4] = 44;
-        g_iFaults = 0;
-        g_acSegment.assign(reinterpret_cast<char *>(adwSegment), reinterpret_cast<char *>(adwSegment + 20));
-        g_iSegmentId++;
-        char cOutput = 0;
-        Require(Configer_LookUp("a", &cOutput, 1) == SNAPSHOT_UNAVAILABLE,
-                "without a tree no key is known to be absent");
     }
     return 0;
 }

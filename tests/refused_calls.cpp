@@ -21,16 +21,11 @@ static bool Is_Refused(const char *pszName)
     return true;
 }
 
-static long Make_Call(const char *pszName, long lRefused, long a, long b, long c, long d, long e, long f)
-{
-    return Is_Refused(pszName) ? lRefused : reinterpret_cast<Call *>(dlsym(RTLD_NEXT, pszName))(a, b, c, d, e, f);
-}
-
 // NOLINTBEGIN(bugprone-macro-parentheses,bugprone-reserved-identifier,readability-identifier-length)
-#define REFUSABLE(Name, lRefused)                                        \
-    extern "C" long Name(long a, long b, long c, long d, long e, long f) \
-    {                                                                    \
-        return Make_Call(#Name, lRefused, a, b, c, d, e, f);             \
+#define REFUSABLE(Name, lRefused)                                                                                  \
+    extern "C" long Name(long a, long b, long c, long d, long e, long f)                                           \
+    {                                                                                                              \
+        return Is_Refused(#Name) ? lRefused : reinterpret_cast<Call *>(dlsym(RTLD_NEXT, #Name))(a, b, c, d, e, f); \
     }
 #define REFUSABLE_4(Name1, Name2, Name3, Name4) \
     REFUSABLE(Name1, -1) REFUSABLE(Name2, -1) REFUSABLE(Name3, -1) REFUSABLE(Name4, -1)

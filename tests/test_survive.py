@@ -99,8 +99,9 @@ def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera
     ["General.DateTime.CurrentUTCDateTime=2026-11-22T10:00:00.000Z", "VideoInput.1.Brightness={}",
      "VideoInput.1.Motion.ROI.1.MotionOnThreshold={}", "Network.Services.Ntp.PollInterval={}",
      "VideoInput.1.h264.1.GopSize={}"]], ids=["read", "written"])
-def test_a_call_that_the_system_refuses_costs_what_needs_it(make_camera, pytestconfig, items):
-    """Each call in turn: every item has its line, the files stay whole, and the next request finds all well."""
+def test_a_call_that_the_system_refuses_costs_one_item_at_most(make_camera, pytestconfig, items):
+    """Each call in turn: every item has its line, the files stay whole, and the next request finds all well. (What an
+    item does without may be another answer.)"""
     make_camera("ptz", "no system_info_serialnumber", "request system_info_extendedmodelname=KP-930")
     shapes, refused = read_shapes(), pathlib.Path("/tmp/refused")
     for number in itertools.count(1):
@@ -112,9 +113,9 @@ def test_a_call_that_the_system_refuses_costs_what_needs_it(make_camera, pytestc
             break
         names = re.findall(r"(?m)^(?:#error\.)?([^=\r\n]*)=.*\r$", output.partition(HEADER)[2])
         assert (names, ending) == ([item.partition("=")[0] for item in items], "exit 0"), refused.read_text() + output
-        assert read_shapes() == shapes, (number, refused.read_text())
+        assert output.count("#error.") <= 1 and read_shapes() == shapes, (number, refused.read_text(), output)
         refused.unlink()
-    assert number > 100 and "#error" not in output
+    assert number > 100 and output.startswith(HEADER) and "#error" not in output, output
     assert "#error" not in str(take_reply(start_request(method, text)))
 
 
@@ -187,13 +188,15 @@ def test_a_closed_standard_input_is_no_other_file(make_camera):
     assert take_reply(Program(["sh", "-c", f"exec {PROGRAM} <&-"], env=env)) == ["Get the post body failed"]
 
 
-def test_a_file_that_may_not_grow_ends_no_request(make_camera):
-    """A write that begins at the limit would be answered with a signal."""
+def test_a_file_that_may_not_be_written_to_its_end_stays(make_camera):
+    """A write that begins at the limit would be answered with a signal; one across it is cut short."""
     make_camera("dome")
     name, before = "VideoInput.1.Motion.ROI.1.MotionOnThreshold", read_shapes()
-    env = {"SERVER_ADDR": "::", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(name) + 6)}
-    request = Program(["prlimit", "--fsize=100", PROGRAM], f"{name}=100\r\n", env)
-    assert (take_reply(request), read([name]), read_shapes()) == ([f"{name}=100"], [f"{name}=10"], before)
+    for value in "100", "15":
+        line = f"{name}={value}"
+        env = {"SERVER_ADDR": "::", "REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(line) + 2)}
+        request = Program(["prlimit", "--fsize=200", PROGRAM], line + "\r\n", env)
+        assert (take_reply(request), read([name]), read_shapes()) == ([line], [f"{name}=10"], before)
 
 
 def test_a_named_pipe_in_the_place_of_a_file_holds_nobody(make_camera):

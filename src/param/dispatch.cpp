@@ -8,7 +8,7 @@
 static constexpr int INDEX_MAX_COUNT = 2;
 
 /// Reads a 32-bit number as printf writes it: no plus sign, no leading zero. Returns its length; 0 when there is none.
-/// There is a character to read.
+/// pcText is before pcEnd.
 static int Read_Number(const char *pcText, const char *pcEnd, int32_t *piNumber)
 {
     const bool bNegative = *pcText == '-';
@@ -69,7 +69,7 @@ static int Match_Name(const char *pszTemplate, const char *pszName, int iLength,
                       ParamContext *ptContext, Parting *ptParting)
 {
     int32_t aiNumber[INDEX_MAX_COUNT] = {};
-    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount < 0 || iIndexCount > INDEX_MAX_COUNT ||
+    if (iLength > TEMPLATE_MAX_LENGTH || iIndexCount > INDEX_MAX_COUNT ||
         Compare_Name(pszTemplate, pszName, iLength, iIndexCount, aiNumber, ptParting) != 0)
         return -1;
     if (iIndexCount >= 1)

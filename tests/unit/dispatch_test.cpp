@@ -105,7 +105,6 @@ TEST(Dispatch, RefusesTemplatesThatItCannotHold)
     EXPECT_EQ(QuorvexDispatchParser(psz, psz, 256, 0, &tContext), -1);
     EXPECT_EQ(QuorvexDispatchParser(psz + 1, psz, 255, 0, &tContext), 0);
     EXPECT_EQ(QuorvexDispatchParser("a", psz, 1, 3, &tContext), -1);
-    EXPECT_EQ(QuorvexDispatchParser("a", psz, 1, -1, &tContext), -1);
     EXPECT_EQ(QuorvexDispatchParser("a%d", "a1", 1, 1, &tContext), -1) << "the number is behind the length";
     EXPECT_EQ(QuorvexDispatchParser("a%", "a%", 2, 0, &tContext), 0) << "without numbers a \"%\" is one";
     EXPECT_EQ(QuorvexDispatchParser("a%", "a1", 2, 0, &tContext), -1);

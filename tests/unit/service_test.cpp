@@ -2,6 +2,7 @@
 #include "common/daemon_socket.h"
 #include "conflib/configer.h"
 #include "conflib/semaphore.h"
+#include "conflib/snapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -55,4 +56,15 @@ TEST(Semaphore, IsWaitedForOnceAndGivenBackBeforeTheDaemonIsAsked)
     Configer_Control(&tRequest, szReply, sizeof szReply);
     EXPECT_EQ(semctl(iSemaphore, 0, GETVAL), 1);
     semctl(iSemaphore, 0, IPC_RMID);
+}
+
+TEST(Snapshot, IsDamagedWhereTheRootIsTheHeaderOrHasNoChild)
+{
+    for (const uint32_t dwRoot : {0U, 8U}) {
+        uint32_t adwSegment[20] = {0, dwRoot};
+        adwSegment[offsetof(SnapshotNode, dwFirstChild) / sizeof(uint32_t)] = 44;
+        SnapshotSegment tSegment = View_Segment(adwSegment, sizeof adwSegment);
+        EXPECT_EQ(GetElementByXPath(&tSegment, "a", 1), SNAPSHOT_NONE);
+        EXPECT_TRUE(tSegment.bDamaged) << dwRoot;
+    }
 }
