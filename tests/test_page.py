@@ -299,6 +299,7 @@ def test_what_is_not_sent_and_what_was_sent_all_the_same(page):
         page.wait(".message", reason, name)
     assert "set" not in str(page.camera.log())
     page.change("fault configer bytes:200")  # it takes what it is told, and its answer is none
+    page.wait("#log-lines", "change fault configer bytes:200")  # the page looks again, and is not to do so later
     page.enter(NAME, "Lobby")
     page.find("button[type=submit]", NAME).click()
     page.wait(".message", "Internal error, but the camera now has it.", NAME)
