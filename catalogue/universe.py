@@ -15,11 +15,11 @@ SET_ROOM = 127  # characters of KEY=VALUE that the daemon is told
 VALUE_ROOM = 383  # characters of a value that is taken
 FAR = {"channel": (2, 4, 5, 8, 9, 10, 100), "stream": (2, 3, 5, 6), "window": (2, 4, 5, 6, 10, 100)}
 ODD_NUMBERS = ("0", "-1", "01", "+1", " 1", "1x", "", "2147483647", "2147483648", "99999999999")
-# Some elements only: less and less is there.
-PARTS = ("<image><c0><contrast>1</contrast><brightness>2</brightness>", "<saturation>3</saturation>", "</c0></image>",
-         "<motion><c0><i0><window>4</window></i0></c0></motion>")
-BROKEN_FILES = ("", "\\n<root><quorvex></quorvex></root>", "<root><quorvex>", "x",
-                *(f"<root><quorvex>{''.join(parts)}</quorvex></root>" for parts in (PARTS, PARTS[:1] + PARTS[2:])))
+# Less and less of the elements is there.
+PARTS = ("<contrast>1</contrast>", "<brightness>2</brightness>", "<saturation>3</saturation>")
+BROKEN_FILES = ("", "\\n<root><quorvex></quorvex></root>", "<root><quorvex>", "x", *(
+    f"<root><quorvex><image><c0>{''.join(PARTS[:count])}</c0></image><motion><c0><i0><window>4</window></i0></c0>"
+    "</motion></quorvex></root>" for count in (3, 2, 1)))
 
 # Requests, pairs of method and text, to a camera of a model that some of its lines and variables of the program's
 # environment make another one. They are sent one after the other.
