@@ -99,7 +99,7 @@ def test_a_setter_that_is_killed_leaves_the_old_value_or_the_new_one(make_camera
     ["General.DateTime.CurrentUTCDateTime=2026-11-22T10:00:00.000Z", "VideoInput.1.Brightness={}",
      "VideoInput.1.Motion.ROI.1.MotionOnThreshold={}", "Network.Services.Ntp.PollInterval={}",
      "VideoInput.1.h264.1.GopSize={}"]], ids=["read", "written"])
-def test_a_call_that_the_system_refuses_costs_one_item_at_most(make_camera, pytestconfig, items):
+def test_a_call_that_the_system_refuses_fails_one_item_at_most(make_camera, pytestconfig, items):
     """Each call in turn: every item has its line, the files stay whole, and the next request finds all well. (What an
     item does without may be another answer.)"""
     make_camera("ptz", "no system_info_serialnumber", "request system_info_extendedmodelname=KP-930")

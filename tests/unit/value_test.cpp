@@ -267,7 +267,7 @@ TEST(Configer, SaysWhatItIsToldAndEchoesTheWholeAnswerOfAnApply)
         EXPECT_EQ(Configer_Control(&tRequest, nullptr, 0), -1);
 }
 
-static int g_iDecodedLength; // what the platform's library says; below 0: what was decoded
+static int g_iDecodedLength = -1; // what the platform's library says; below 0: what was decoded
 extern "C" void __real_EscapeDecodeString(const char *, int, char *, int *, int);                         // NOLINT
 extern "C" void __wrap_EscapeDecodeString(const char *p, int iLength, char *q, int *piDecoded, int iFlag) // NOLINT
 {
